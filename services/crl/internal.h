@@ -1,0 +1,119 @@
+// What the files of the revocation-list library share: the loaded list with its index, holders, and
+// the walk through DER that has been read before.
+#ifndef CORVID_SERVICES_CRL_INTERNAL_H_
+#define CORVID_SERVICES_CRL_INTERNAL_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "corvid/asn.h"
+#include "corvid/common.h"
+#include "corvid/crl.h"
+#include "corvid/der_reader.hpp"
+#include "corvid/oid_octets.hpp"
+#include "corvid/types.h"
+
+namespace corvid {
+
+using Bytes = std::span<const uint8_t>;
+
+inline Bytes View(const BIN& bin) {
+  return {bin.data, bin.length > 0 ? static_cast<size_t>(bin.length) : 0};
+}
+
+// A BIN over octets of a list or certificate, which are fewer than 2^31; the reader of the BIN does
+// not change them.
+inline BIN Borrow(Bytes octets) {
+  return {static_cast<int32_t>(octets.size()), const_cast<uint8_t*>(octets.data())};
+}
+
+// Owns a decoded record of the PDU type `kPdu` and frees it as a whole.
+template <typename Record, int32_t kPdu>
+class Decoded {
+ public:
+  Decoded() = default;
+  Decoded(const Decoded&) = delete;
+  Decoded& operator=(const Decoded&) = delete;
+  ~Decoded() {
+    if (record_ != nullptr) CVD_ASN_FreePDU(record_, kPdu);
+  }
+  // Decodes once; the status is the ASN.1 library's.
+  [[nodiscard]] uint32_t Decode(const BIN& der) { return CVD_ASN_DecodePDU(&record_, &der, kPdu); }
+  const Record* operator->() const { return static_cast<const Record*>(record_); }
+  Record* Release() {  // hands the record over
+    auto* record = static_cast<Record*>(record_);
+    record_ = nullptr;
+    return record;
+  }
+
+ private:
+  void* record_ = nullptr;
+};
+
+struct ScopedBin : BIN {  // a BIN that a service fills and this scope releases
+  ScopedBin() : BIN{0, nullptr} {}
+  ScopedBin(const ScopedBin&) = delete;
+  ScopedBin& operator=(const ScopedBin&) = delete;
+  ~ScopedBin() { CVD_BIN_Reset(this); }
+};
+
+// This library's code for a decoder's failure: `bad`, but for a lack of memory.
+inline uint32_t DecodeStatus(uint32_t status, uint32_t bad) {
+  if (status == 0) return 0;
+  return status == CVD_ASN_ERR_MALLOC ? static_cast<uint32_t>(CVD_CRL_ERR_MALLOC) : bad;
+}
+
+// The next element of DER that was found well-formed before.
+inline DerElement NextElement(DerCursor* in) {
+  DerElement element{in->end, in->end, in->end};
+  if (ReadDerElement(in, &element) != DerFault::kNone) in->at = in->end;
+  return element;
+}
+
+inline DerCursor ContentOf(const DerElement& element) { return {element.content, element.end}; }
+
+// One revoking entry of the index.
+struct IndexRow {
+  uint64_t key;     // the serial number's last eight octets: the first ones often are all alike
+  uint32_t offset;  // of the serial number's INTEGER in revokedCertificates
+  uint32_t issuer;  // 0: the list's own; n: issuers[n - 1]
+};
+
+}  // namespace corvid
+
+struct CVD_CRL {
+  CVD_CertificateList* list;          // holds the DER of the entries
+  CVD_IssuingDistributionPoint* idp;  // null: the list has none
+  uint32_t count;                     // entries, those without a row included
+  uint32_t row_count;
+  corvid::IndexRow* rows;  // sorted by key, then by serial number
+  uint32_t issuer_count;
+  CVD_GeneralNames** issuers;  // the certificateIssuer values, each once
+};
+
+namespace corvid {
+
+// May the list speak of other issuers' certificates (RFC 5280 section 5.2.5)?
+inline bool IsIndirect(const CVD_CRL& crl) {
+  return crl.idp != nullptr && crl.idp->indirectCRL != 0;
+}
+
+// entries.cc: counts and checks the entries of `crl->list`, and indexes those that revoke.
+[[nodiscard]] uint32_t IndexEntries(CVD_CRL* crl);
+
+// index.cc: the key of the serial number with these content octets.
+uint64_t KeyOf(Bytes serial);
+// index.cc: sorts the rows. Serial numbers that share a key are compared, so that a list made of
+// such costs no more than that.
+void SortRows(CVD_CRL* crl);
+// index.cc: true when an entry revokes the serial number of this issuer; `own`: the list's issuer.
+bool HasEntry(const CVD_CRL& crl, Bytes serial, const CVD_Name& issuer, bool own);
+// index.cc: true when one of the general names is this directoryName.
+bool HasDirectoryName(const CVD_GeneralNameNode* names, const CVD_Name& name);
+// index.cc: below, at or above 0: the shorter comes first, then the octets decide.
+int CompareOctets(Bytes a, Bytes b);
+
+}  // namespace corvid
+
+#endif  // CORVID_SERVICES_CRL_INTERNAL_H_

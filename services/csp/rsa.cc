@@ -1,0 +1,174 @@
+// RSASSA-PKCS1-v1_5 (RFC 8017 section 8.2.2). The block that the signature hides is compared whole
+// with the one that must be there, never parsed. Chains and lists ask for the same issuer again and
+// again, so each thread keeps the modulus that it used last prepared for Montgomery's arithmetic.
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "corvid/csp.h"
+#include "verify.h"
+
+namespace corvid {
+namespace {
+
+constexpr size_t kLeastBits = 512;
+constexpr size_t kMostBits = 16384;
+constexpr size_t kLeastOctets = kLeastBits / 8;
+constexpr size_t kMostOctets = kMostBits / 8;
+constexpr size_t kLeastPadding = 11;  // 00 01, eight octets FF, 00
+
+// The DER of a DigestInfo up to the digest, whose length is the last octet (RFC 8017 section 9.2,
+// note 1).
+struct DigestInfoRow {
+  int32_t hashID;
+  uint8_t length;
+  uint8_t octets[19];
+};
+// clang-format off
+constexpr DigestInfoRow kDigestInfos[] = {
+    {CVD_HASH_MD2, 18, {0x30, 0x20, 0x30, 0x0C, 0x06, 0x08, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                        0x02, 0x02, 0x05, 0x00, 0x04, 0x10}},
+    {CVD_HASH_MD5, 18, {0x30, 0x20, 0x30, 0x0C, 0x06, 0x08, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                        0x02, 0x05, 0x05, 0x00, 0x04, 0x10}},
+    {CVD_HASH_SHA1, 15, {0x30, 0x21, 0x30, 0x09, 0x06, 0x05, 0x2B, 0x0E, 0x03, 0x02, 0x1A, 0x05,
+                         0x00, 0x04, 0x14}},
+    {CVD_HASH_SHA256, 19, {0x30, 0x31, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03,
+                           0x04, 0x02, 0x01, 0x05, 0x00, 0x04, 0x20}},
+    {CVD_HASH_SHA384, 19, {0x30, 0x41, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03,
+                           0x04, 0x02, 0x02, 0x05, 0x00, 0x04, 0x30}},
+    {CVD_HASH_SHA512, 19, {0x30, 0x51, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03,
+                           0x04, 0x02, 0x03, 0x05, 0x00, 0x04, 0x40}},
+};
+// clang-format on
+
+// A modulus prepared for use; all of it is public.
+class PreparedModulus {
+ public:
+  constexpr PreparedModulus() = default;
+
+  // False when memory is short.
+  [[nodiscard]] bool Prepare(Bytes modulus);
+  // Writes signature^exponent mod modulus in as many octets as the modulus has. The signature is a
+  // number below the modulus, the exponent odd and above 1. False when memory is short.
+  [[nodiscard]] bool Recover(Bytes signature, uint64_t exponent, uint8_t* block);
+
+ private:
+  [[nodiscard]] bool SetModulus(Bytes modulus);
+  [[nodiscard]] bool Raise(Bytes signature, uint64_t exponent, uint8_t* block);
+
+  ScopedContext context_;
+  ScopedMontgomery montgomery_;
+  size_t length_ = 0;  // 0: nothing is prepared
+  uint8_t octets_[kMostOctets] = {};
+};
+
+bool PreparedModulus::Prepare(Bytes modulus) {
+  if (std::ranges::equal(modulus, Bytes(octets_, length_))) return true;
+  length_ = 0;
+  if (context_ == nullptr) context_.reset(BN_CTX_new());
+  if (montgomery_ == nullptr) montgomery_.reset(BN_MONT_CTX_new());
+  if (context_ == nullptr || montgomery_ == nullptr) return false;
+  BN_CTX_start(context_.get());
+  const bool done = SetModulus(modulus);
+  BN_CTX_end(context_.get());
+  if (!done) return false;
+  std::ranges::copy(modulus, octets_);
+  length_ = modulus.size();
+  return true;
+}
+
+bool PreparedModulus::SetModulus(Bytes modulus) {
+  BIGNUM* const n = BN_CTX_get(context_.get());
+  return n != nullptr && SetNumber(n, modulus) &&
+         BN_MONT_CTX_set(montgomery_.get(), n, context_.get()) != 0;
+}
+
+bool PreparedModulus::Recover(Bytes signature, uint64_t exponent, uint8_t* block) {
+  BN_CTX_start(context_.get());
+  const bool done = Raise(signature, exponent, block);
+  BN_CTX_end(context_.get());
+  return done;
+}
+
+// From the highest bit of the exponent to the lowest. That one is set, and its multiplication by
+// the number itself also leads out of Montgomery's form: for 65537 that makes 18 multiplications in
+// all, where the general exponentiation does 20.
+bool PreparedModulus::Raise(Bytes signature, uint64_t exponent, uint8_t* block) {
+  BN_CTX* const context = context_.get();
+  BN_MONT_CTX* const montgomery = montgomery_.get();
+  BIGNUM* const number = BN_CTX_get(context);
+  BIGNUM* const base = BN_CTX_get(context);
+  BIGNUM* const power = BN_CTX_get(context);
+  if (power == nullptr || !SetNumber(number, signature) ||
+      BN_to_montgomery(base, number, montgomery, context) == 0) {
+    return false;
+  }
+  const BIGNUM* last = base;
+  for (int bit = static_cast<int>(std::bit_width(exponent)) - 2; bit >= 0; --bit) {
+    if (BN_mod_mul_montgomery(power, last, last, montgomery, context) == 0) return false;
+    last = power;
+    if ((exponent >> bit & 1) == 0) continue;
+    const BIGNUM* const factor = bit == 0 ? number : base;
+    if (BN_mod_mul_montgomery(power, power, factor, montgomery, context) == 0) return false;
+  }
+  return BN_bn2binpad(power, block, static_cast<int>(length_)) >= 0;
+}
+
+// Reads the key and refuses one that is out of bounds.
+uint32_t ReadKey(Bytes key, Bytes* modulus, uint64_t* exponent) {
+  Bytes e;
+  if (!ReadRsaKey(key, modulus, &e)) return CVD_CSP_ERR_BAD_KEY;
+  if (modulus->size() > kMostOctets || BitLength(*modulus) < kLeastBits ||
+      (modulus->back() & 1) == 0 || e.size() > sizeof *exponent) {
+    return CVD_CSP_ERR_BAD_KEY;
+  }
+  *exponent = 0;
+  for (const uint8_t octet : e) *exponent = *exponent << 8 | octet;
+  return *exponent > 1 && (*exponent & 1) != 0 ? 0 : CVD_CSP_ERR_BAD_KEY;
+}
+
+// EMSA-PKCS1-v1_5 (RFC 8017 section 9.2); the block has room for the least padding.
+void WriteBlock(Bytes info, Bytes digest, std::span<uint8_t> block) {
+  const size_t padding = block.size() - 3 - info.size() - digest.size();
+  uint8_t* out = block.data();
+  *out++ = 0x00;
+  *out++ = 0x01;
+  out = std::fill_n(out, padding, uint8_t{0xFF});
+  *out++ = 0x00;
+  out = std::ranges::copy(info, out).out;
+  std::ranges::copy(digest, out);
+}
+
+}  // namespace
+
+uint32_t VerifyRsa(const Verification& in) {
+  const auto* row = std::find_if(std::begin(kDigestInfos), std::end(kDigestInfos),
+                                 [&](const auto& r) { return r.hashID == in.hashID; });
+  if (row == std::end(kDigestInfos)) return CVD_CSP_ERR_INTERNAL;
+  const Bytes info(row->octets, row->length);
+  Bytes modulus;
+  uint64_t exponent;
+  if (const uint32_t status = ReadKey(in.key, &modulus, &exponent); status != 0) return status;
+  const size_t length = modulus.size();
+  if (length < kLeastPadding + info.size() + info.back()) return CVD_CSP_ERR_BAD_KEY;
+
+  if (in.signature.size() < kLeastOctets || in.signature.size() > kMostOctets) {
+    return CVD_CSP_ERR_BAD_SIGNATURE;  // made by no key that is in bounds
+  }
+  // Another key's signature has another length or, by chance, a value that is out of range.
+  if (in.signature.size() != length) return CVD_CSP_ERR_VERIFY;
+  if (std::memcmp(in.signature.data(), modulus.data(), length) >= 0) return CVD_CSP_ERR_VERIFY;
+  DigestValue digest;
+  if (const uint32_t status = Digest({in.data}, in.hashID, &digest); status != 0) return status;
+
+  thread_local PreparedModulus prepared;
+  uint8_t recovered[kMostOctets];
+  if (!prepared.Prepare(modulus) || !prepared.Recover(in.signature, exponent, recovered)) {
+    return CVD_CSP_ERR_MALLOC;
+  }
+  uint8_t expected[kMostOctets];
+  WriteBlock(info, digest.view(), {expected, length});
+  return std::memcmp(recovered, expected, length) == 0 ? 0 : CVD_CSP_ERR_VERIFY;
+}
+
+}  // namespace corvid
