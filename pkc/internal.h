@@ -1,0 +1,313 @@
+// What the module's areas share: the traced return, holders, the lenient element reader, the
+// bounded text writer, the algorithm rows, and the few functions that one area offers another.
+#ifndef CORVID_PKC_INTERNAL_H_
+#define CORVID_PKC_INTERNAL_H_
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+#include "corvid/asn.h"
+#include "corvid/common.h"
+#include "corvid/oid_octets.hpp"
+#include "corvid/pkc.h"
+
+namespace corvid {
+
+using Bytes = std::span<const uint8_t>;
+
+inline Bytes View(const BIN& bin) {
+  return {bin.data, bin.data != nullptr && bin.length > 0 ? static_cast<size_t>(bin.length) : 0};
+}
+
+// The octets of a BIT STRING that are whole.
+inline Bytes WholeOctets(const CVD_BitString& bits) { return {bits.data, bits.bits / 8}; }
+
+// A BIN over octets that somebody else owns; a service reads it and does not change it.
+inline BIN Borrow(Bytes octets) {
+  return {static_cast<int32_t>(octets.size()), const_cast<uint8_t*>(octets.data())};
+}
+
+// ---- the traced return ---------------------------------------------------------------------
+
+// Writes the failure trace of one source file. Returns `code`, so that a return can be traced.
+// __builtin_LINE and not std::source_location, which clang 14 lacks.
+struct Tracer {
+  const char* file;
+  uint32_t operator()(const char* function, uint32_t code, int line = __builtin_LINE()) const {
+    if (code != 0) [[unlikely]] {
+      CVD_Trace_PutError(function, static_cast<int32_t>(code), CVD_PKC_GetErrorReason(code, 1),
+                         file, line);
+    }
+    return code;
+  }
+};
+
+// The code of a refusal that has no number of its own.
+inline constexpr uint32_t kRefused = static_cast<uint32_t>(-1);
+
+// ---- holders -------------------------------------------------------------------------------
+
+// Owns a decoded record of the PDU type `kPdu` and frees it as a whole.
+template <typename Record, int32_t kPdu>
+class Decoded {
+ public:
+  Decoded() = default;
+  Decoded(const Decoded&) = delete;
+  Decoded& operator=(const Decoded&) = delete;
+  ~Decoded() {
+    if (record_ != nullptr) CVD_ASN_FreePDU(record_, kPdu);
+  }
+  // Decodes once; the status is the service's.
+  [[nodiscard]] uint32_t Decode(const BIN& der) { return CVD_ASN_DecodePDU(&record_, &der, kPdu); }
+  const Record* get() const { return static_cast<const Record*>(record_); }
+  const Record& operator*() const { return *get(); }
+  const Record* operator->() const { return get(); }
+  Record* Release() {  // hands the record over
+    auto* record = static_cast<Record*>(record_);
+    record_ = nullptr;
+    return record;
+  }
+
+ private:
+  void* record_ = nullptr;
+};
+
+using DecodedCertificate = Decoded<CVD_Certificate, CVD_PDU_CERTIFICATE>;
+
+struct ScopedBin : BIN {  // a BIN that a service fills and this scope releases
+  ScopedBin() : BIN{0, nullptr} {}
+  ScopedBin(const ScopedBin&) = delete;
+  ScopedBin& operator=(const ScopedBin&) = delete;
+  ~ScopedBin() {
+    if (data != nullptr) CVD_BIN_Reset(this);
+  }
+  BIN Release() {  // hands the octets over
+    const BIN bin = *this;
+    static_cast<BIN&>(*this) = {0, nullptr};
+    return bin;
+  }
+};
+
+class ScopedText {  // a text that a service allocates and this scope frees
+ public:
+  ScopedText() = default;
+  ScopedText(const ScopedText&) = delete;
+  ScopedText& operator=(const ScopedText&) = delete;
+  ~ScopedText() {
+    if (text_ != nullptr) CVD_free(text_);
+  }
+  char** out() { return &text_; }
+  const char* get() const { return text_; }
+  bool empty() const { return text_ == nullptr; }
+
+ private:
+  char* text_ = nullptr;
+};
+
+// A block of the toolkit's allocator that this scope frees. Null when memory was short.
+template <typename T>
+class ScopedBlock {
+ public:
+  explicit ScopedBlock(size_t count) : data_(static_cast<T*>(CVD_calloc(count, sizeof(T)))) {}
+  ScopedBlock(const ScopedBlock&) = delete;
+  ScopedBlock& operator=(const ScopedBlock&) = delete;
+  ~ScopedBlock() { CVD_free(data_); }
+  T* get() const { return data_; }
+
+ private:
+  T* data_;
+};
+
+// ---- reading DER by hand -------------------------------------------------------------------
+
+struct Element {
+  uint8_t tag;     // the whole identifier octet
+  size_t content;  // position of the first content octet in the input
+  size_t length;   // number of content octets
+  size_t end;      // content + length; never past the input
+};
+
+// Reads the header of the element at `position` of `in` (X.690 section 8.1.3). Lenient where issued
+// certificates need it: a long form may be longer than necessary, and a first length octet of 80
+// means length 0. False, with `*out` untouched, when the element does not lie inside `in` or
+// announces more than four length octets.
+[[nodiscard]] inline bool ReadElement(Bytes in, size_t position, Element* out) {
+  if (position > in.size() || in.size() - position < 2) return false;
+  size_t content = position + 2;
+  size_t length = in[position + 1];
+  if (length >= 0x80) {
+    const size_t octets = length & 0x7F;
+    if (octets > 4 || in.size() - content < octets) return false;
+    length = 0;
+    for (size_t i = 0; i < octets; ++i) length = length << 8 | in[content++];
+  }
+  if (in.size() - content < length) return false;  // subtracted: a sum could wrap
+  *out = {in[position], content, length, content + length};
+  return true;
+}
+
+// Universal identifier octets that the hand-written readers meet.
+enum : uint8_t {
+  kTagInteger = 0x02,
+  kTagBitString = 0x03,
+  kTagOctetString = 0x04,
+  kTagOid = 0x06,
+  kTagUtf8String = 0x0C,
+  kTagPrintableString = 0x13,
+  kTagTeletexString = 0x14,
+  kTagIa5String = 0x16,
+  kTagVisibleString = 0x1A,
+  kTagUniversalString = 0x1C,
+  kTagBmpString = 0x1E,
+  kTagSequence = 0x30
+};
+
+// ---- writing text --------------------------------------------------------------------------
+
+// A text being written into a caller's array of `capacity` bytes (at least 1), terminator included:
+// never past its end, always terminated, cut in silence.
+class Text {
+ public:
+  // Begins an empty text.
+  Text(char* out, int32_t capacity) : Text(out, capacity, 0) { out_[0] = '\0'; }
+  // Goes on after the first `length` bytes.
+  Text(char* out, int32_t capacity, size_t length)
+      : out_(out), size_(static_cast<size_t>(capacity)), length_(length) {}
+  // Goes on after the text that is there.
+  static Text After(char* out, int32_t capacity) {
+    return {out, capacity, strnlen(out, static_cast<size_t>(capacity) - 1)};
+  }
+
+  void Add(std::string_view s) {
+    const size_t fit = std::min(s.size(), size_ - 1 - length_);
+    std::memcpy(out_ + length_, s.data(), fit);
+    length_ += fit;
+    out_[length_] = '\0';
+  }
+  void AddNumber(int64_t number) {
+    char digits[20];
+    char* at = digits + sizeof digits;
+    uint64_t rest = number < 0 ? 0 - static_cast<uint64_t>(number) : static_cast<uint64_t>(number);
+    do {
+      *--at = static_cast<char>('0' + rest % 10);
+    } while ((rest /= 10) != 0);
+    if (number < 0) *--at = '-';
+    Add({at, static_cast<size_t>(digits + sizeof digits - at)});
+  }
+  void DropLast() {
+    if (length_ > 0) out_[--length_] = '\0';
+  }
+  bool Full() const { return length_ + 2 >= size_; }  // a renderer adds no further entry
+  bool empty() const { return length_ == 0; }
+  size_t length() const { return length_; }
+  size_t Room() const { return size_ - length_; }  // bytes left, with the terminator's
+
+ private:
+  char* out_;
+  size_t size_;
+  size_t length_;
+};
+
+// The length of UTF-8 text without the octets of a last character that was cut off.
+inline size_t WholeUtf8Length(std::string_view text) {
+  size_t lead = text.size();
+  do {
+    if (lead == 0) return text.size();
+  } while ((static_cast<uint8_t>(text[--lead]) & 0xC0) == 0x80);
+  const auto first = static_cast<uint8_t>(text[lead]);
+  const size_t octets = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC0 ? 2 : 1;
+  return text.size() - lead < octets ? lead : text.size();
+}
+
+// ---- algorithms ----------------------------------------------------------------------------
+
+struct SignRow {
+  int32_t signID;
+  int32_t oid;  // the number written; its words and those of the older one are read
+  OidWords words;
+  OidWords older;  // {} when there is none: no identifier is empty
+  int32_t pkeyID;
+  int32_t hashID;
+  const char* name;
+};
+struct KeyRow {
+  int32_t pkeyID;
+  int32_t oid;
+  OidWords words;
+  OidWords older;
+  const char* name;  // "" when it is shown by its identifier
+};
+struct HashRow {
+  int32_t hashID;
+  int32_t oid;
+  OidWords words;
+  const char* name;
+};
+
+template <>
+inline constexpr OidWords kOidWords<CVD_OID_NONE>{};
+
+#define CORVID_SIGN_ROW(number, constant, id, old_id, key, hash, text) \
+  {number,                                                             \
+   CVD_OID_##id,                                                       \
+   kOidWords<CVD_OID_##id>,                                            \
+   kOidWords<CVD_OID_##old_id>,                                        \
+   CVD_PKEY_##key,                                                     \
+   CVD_HASH_##hash,                                                    \
+   text},
+#define CORVID_KEY_ROW(number, constant, id, old_id, text) \
+  {number, CVD_OID_##id, kOidWords<CVD_OID_##id>, kOidWords<CVD_OID_##old_id>, text},
+#define CORVID_HASH_ROW(number, constant, id, text) \
+  {number, CVD_OID_##id, kOidWords<CVD_OID_##id>, text},
+inline constexpr SignRow kSignRows[] = {CVD_SIGN_ALGORITHMS(CORVID_SIGN_ROW)};
+inline constexpr KeyRow kKeyRows[] = {CVD_KEY_ALGORITHMS(CORVID_KEY_ROW)};
+inline constexpr HashRow kHashRows[] = {CVD_HASH_ALGORITHMS(CORVID_HASH_ROW)};
+#undef CORVID_SIGN_ROW
+#undef CORVID_KEY_ROW
+#undef CORVID_HASH_ROW
+
+// ---- finding an extension ------------------------------------------------------------------
+
+// CVD_GetExtension for a catalogue number.
+template <int32_t kNumber>
+const CVD_Extension* FindExtension(const CVD_ExtensionNode* extensions) {
+  for (const CVD_ExtensionNode* node = extensions; node != nullptr; node = node->next) {
+    if (IsOid<kNumber>(node->extension.extnID)) return &node->extension;
+  }
+  return nullptr;
+}
+
+// Identifiers of the module's own, not of the catalogue.
+inline constexpr OidOctets kCorporationName{"1.2.410.100001.5.7.101.4"};
+inline constexpr OidOctets kDomainComponent{"0.9.2342.19200300.100.1.25"};
+
+// ---- what the areas offer each other -------------------------------------------------------
+
+// suite_pkc_info: `data` in lower-case hexadecimal, cut to whole octets. PKC_ERR_INVALID_INPUT for
+// a capacity below 3 or null data.
+uint32_t WriteHex(char* out, int32_t capacity, Bytes data);
+// suite_pkc: the row whose written or older identifier this is, or null.
+const SignRow* SignRowOf(const CVD_OID& oid);
+const KeyRow* KeyRowOf(const CVD_OID& oid);
+// suite_pkc: the name of a hashID ("SHA1"), or null.
+const char* HashName(int32_t hashID);
+
+// suite_pkc_string: gives the text area `capacity` bytes. PKC_ERR_MALLOC, with the buffer as it
+// was, when memory is short or the capacity does not fit its field.
+[[nodiscard]] uint32_t ResizeStrBuf(StrBuf* buffer, uint64_t capacity);
+
+// suite_pkc_check: PEM text is told by its first ten bytes.
+bool IsPem(const BIN& certificate);
+// suite_pkc_check: the DER in the first body of PEM text.
+uint32_t DecodePem(BIN* der, const BIN* pem);
+
+// suite_pkc_vid: the identity data of a subjectAltName value.
+uint32_t DecodeSubAltName(char* name, uint32_t* size, int32_t* hashID, BIN* vid, const BIN* der);
+
+}  // namespace corvid
+
+#endif  // CORVID_PKC_INTERNAL_H_

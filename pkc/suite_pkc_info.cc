@@ -1,0 +1,411 @@
+// The information records: the basic fields, the pass over the extensions, and the entry points
+// that fill a whole record from a file, from DER, or from a decoded certificate.
+#include <cstring>
+
+#include "corvid/asn.h"
+#include "corvid/common.h"
+#include "corvid/csp.h"
+#include "corvid/hex_digits.hpp"
+#include "corvid/io.h"
+#include "corvid/pkc.h"
+#include "pkc/internal.h"
+
+namespace corvid {
+
+uint32_t WriteHex(char* out, int32_t capacity, Bytes data) {
+  if (out == nullptr || capacity <= 2 || data.data() == nullptr) return PKC_ERR_INVALID_INPUT;
+  const size_t count = std::min(data.size(), (static_cast<size_t>(capacity) - 1) / 2);
+  PutHex(data.data(), count, out);
+  out[2 * count] = '\0';
+  return 0;
+}
+
+}  // namespace corvid
+
+namespace {
+
+using corvid::Bytes;
+
+constexpr corvid::Tracer kTrace{"suite_pkc"};
+
+// ---- basic fields --------------------------------------------------------------------------
+
+// Copies what fits of a text.
+template <size_t kSize>
+void CopyText(char (&field)[kSize], const char* text) {
+  const size_t length = strnlen(text, kSize - 1);
+  std::memcpy(field, text, length);
+  field[length] = '\0';
+}
+
+void SerialNumber(const Huge& serial, uint32_t* number, char (&hex)[41]) {
+  *number = 0;
+  hex[0] = '\0';
+  static_cast<void>(CVD_HugeToNumEx(&serial, number));
+  corvid::ScopedText text;
+  static_cast<void>(CVD_HugeToHexEx(&serial, text.out()));
+  if (!text.empty()) pkc_strncpy(hex, text.get(), sizeof hex);
+}
+
+// The dotted identifier; `otherwise`, if it is not null, when the identifier has no text.
+template <size_t kSize>
+void DottedText(const CVD_OID& oid, const char* otherwise, char (&field)[kSize]) {
+  corvid::ScopedText text;
+  static_cast<void>(CVD_ASN_OID2DotVal(text.out(), &oid));
+  if (!text.empty()) {
+    CopyText(field, text.get());
+  } else if (otherwise != nullptr) {
+    CopyText(field, otherwise);
+  }
+}
+
+struct TimeParts {
+  int year, month, day, hour, minute, second;
+};
+
+// "2026-01-31 09:00:00". Fields that a decoded time cannot have are left to the slower formatting.
+void WriteTime(const TimeParts& parts, char (&field)[50]) {
+  char* out = field;
+  bool usual = parts.year >= 0 && parts.year <= 9999;
+  const auto put = [&](int number, char separator) {
+    usual = usual && number >= 0 && number <= 99;
+    *out++ = static_cast<char>('0' + number / 10);
+    *out++ = static_cast<char>('0' + number % 10);
+    if (separator != '0') *out++ = separator;
+  };
+  put(parts.year / 100, '0');
+  put(parts.year % 100, '-');
+  put(parts.month, '-');
+  put(parts.day, ' ');
+  put(parts.hour, ':');
+  put(parts.minute, ':');
+  put(parts.second, '\0');
+  if (!usual) {
+    pkc_snprintf(field, sizeof field, "%04d-%02d-%02d %02d:%02d:%02d", parts.year, parts.month,
+                 parts.day, parts.hour, parts.minute, parts.second);
+  }
+}
+
+// UTCTime of 2000 to 2037 in local time; all others as the certificate stores them, in UTC.
+void TimeText(const CVD_Time& time, char (&field)[50]) {
+  const CVD_TimeFields& stored = time.fields;
+  if (time.kind == CVD_TIME_UTC && stored.year < 38) {
+    const int64_t seconds = CVD_ASN_UTC2Time(&stored);
+    struct tm local;
+    if (pkc_localtime(&seconds, &local) != nullptr) {
+      WriteTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                 local.tm_sec},
+                field);
+      return;
+    }
+  }
+  if (time.kind != CVD_TIME_UTC && time.kind != CVD_TIME_GENERALIZED) return;
+  int year = stored.year;
+  if (time.kind == CVD_TIME_UTC) year += year < 50 ? 2000 : 1900;
+  WriteTime({year, stored.month, stored.day, stored.hour, stored.minute, stored.second}, field);
+}
+
+uint32_t PublicKey(const CVD_SubjectPublicKeyInfo& key_info, PKCCertInfo* info) {
+  const corvid::KeyRow* row = corvid::KeyRowOf(key_info.algorithm.algorithm);
+  if (row != nullptr && row->name[0] != '\0') {
+    CopyText(info->publicKeyAlgorithm, row->name);
+  } else {
+    DottedText(key_info.algorithm.algorithm, nullptr, info->publicKeyAlgorithm);
+  }
+  const int32_t pkey_id = row == nullptr ? CVD_PKEY_UNKNOWN : row->pkeyID;
+  const bool has_parameters = pkey_id == CVD_PKEY_DSA || pkey_id == CVD_PKEY_KCDSA;
+  const BIN parameters = has_parameters ? key_info.algorithm.parameters : BIN{0, nullptr};
+
+  const CVD_BitString& key = key_info.subjectPublicKey;
+  if (key.data == nullptr) return PKC_ERR_NO_PUBKEY;
+  const Bytes octets{key.data, (size_t{key.bits} + 7) / 8};
+  const uint32_t status = corvid::WriteHex(info->publicKeyHex, sizeof info->publicKeyHex, octets);
+  if (status != 0) return status;
+  const BIN borrowed = corvid::Borrow(octets);
+  if (CVD_CSP_GetKeyLength(&info->keyLength, &borrowed, pkey_id, &parameters) != 0) {
+    info->keyLength = 0;
+  }
+  return 0;
+}
+
+uint32_t Signature(const CVD_BitString& signature, PKCCertInfo* info) {
+  const size_t octets = (size_t{signature.bits} + 7) / 8;
+  if (octets == 0) return PKC_ERR_INVALID_INPUT;
+  return corvid::WriteHex(info->signatureHex, sizeof info->signatureHex, {signature.data, octets});
+}
+
+// A name as text; the text is null, and the field empty, when it cannot be rendered.
+uint32_t NameText(const CVD_Name& name, char (&field)[1024]) {
+  corvid::ScopedText text;
+  const uint32_t status = CVD_ExtractRDN(nullptr, &name, text.out());
+  if (status != 0) return status;
+  CopyText(field, text.get());
+  return 0;
+}
+
+uint32_t BasicFields(const CVD_Certificate& certificate, PKCCertInfo* info) {
+  const CVD_TBSCertificate& tbs = certificate.tbsCertificate;
+  info->version = (tbs.present & 0x80) != 0 ? static_cast<uint32_t>(tbs.version) + 1 : 1;
+  SerialNumber(tbs.serialNumber, &info->serialNumber, info->serialHex);
+  const corvid::SignRow* row = corvid::SignRowOf(tbs.signature.algorithm);
+  if (row != nullptr) {
+    CopyText(info->signAlgorithm, row->name);
+  } else {
+    DottedText(tbs.signature.algorithm, "unknown", info->signAlgorithm);
+  }
+  if (NameText(tbs.issuer, info->issuerDN) != 0) info->issuerDN[0] = '\0';
+  TimeText(tbs.notBefore, info->notBefore);
+  TimeText(tbs.notAfter, info->notAfter);
+  if (const uint32_t status = NameText(tbs.subject, info->subjectDN); status != 0) return status;
+  if (const uint32_t status = PublicKey(tbs.subjectPublicKeyInfo, info); status != 0) {
+    return status;
+  }
+  return Signature(certificate.signature, info);
+}
+
+// ---- extensions ----------------------------------------------------------------------------
+
+// Each renderer is given the node itself as the list, so that it renders that very extension.
+using Renderer = uint32_t (*)(const CVD_ExtensionNode* node, PKCCertInfo* info);
+enum class OnFailure : uint8_t { kIgnore, kEndPass };
+struct ExtensionRow {
+  corvid::OidWords words;
+  Renderer render;
+  OnFailure on_failure;
+};
+
+#define FIELD(name) info->name, static_cast<int32_t>(sizeof info->name)
+
+uint32_t AuthorityKeyId(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_AuthKeyId_ToString(FIELD(authorityKeyId), node);
+}
+uint32_t SubjectKeyId(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_SubKeyId_ToString(FIELD(subjectKeyId), node);
+}
+uint32_t KeyUsage(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_KeyUsage_ToString(FIELD(keyUsage), &info->keyUsageFlags, node);
+}
+uint32_t Policies(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_CertPolicies_ToString(&info->policyCount, FIELD(policies), FIELD(policyCps),
+                                       FIELD(policyNotice), node);
+}
+uint32_t SubjectAltName(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  char holder_name[64];
+  return CVD_PKC_AltName_ToString(FIELD(subjectAltName), holder_name, sizeof holder_name,
+                                  FIELD(vid), FIELD(vidHashAlgorithm), node);
+}
+uint32_t IssuerAltName(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_AltName_ToString(FIELD(issuerAltName), nullptr, 0, nullptr, 0, nullptr, 0, node);
+}
+uint32_t BasicConstraints(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_BasicConsts_ToString(FIELD(basicConstraints), node);
+}
+uint32_t ExtKeyUsage(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_ExtKeyUsage_ToString(FIELD(extKeyUsage), nullptr, node);
+}
+uint32_t CrlDistPoints(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  char text[1024];
+  // Points that cannot be rendered are left out; points that cannot be converted end the pass.
+  if (CVD_PKC_CrlDistPoints_ToString(text, sizeof text, node) != 0) return 0;
+  return CVD_PKC_UTF8_Decode(FIELD(crlDistPoints), text, 0);
+}
+uint32_t AuthInfoAccess(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_AuthInfoAccess_ToString(FIELD(authInfoAccess), node);
+}
+uint32_t NsCertType(const CVD_ExtensionNode* node, PKCCertInfo* info) {
+  return CVD_PKC_NSCertType_ToString(FIELD(nsCertType), nullptr, node);
+}
+#undef FIELD
+
+constexpr ExtensionRow kExtensionRows[] = {
+    {corvid::kOidWords<CVD_OID_AUTHORITY_KEY_IDENTIFIER>, AuthorityKeyId, OnFailure::kIgnore},
+    {corvid::kOidWords<CVD_OID_SUBJECT_KEY_IDENTIFIER>, SubjectKeyId, OnFailure::kIgnore},
+    {corvid::kOidWords<CVD_OID_KEY_USAGE>, KeyUsage, OnFailure::kEndPass},
+    {corvid::kOidWords<CVD_OID_CERTIFICATE_POLICIES>, Policies, OnFailure::kEndPass},
+    {corvid::kOidWords<CVD_OID_SUBJECT_ALT_NAME>, SubjectAltName, OnFailure::kEndPass},
+    {corvid::kOidWords<CVD_OID_ISSUER_ALT_NAME>, IssuerAltName, OnFailure::kEndPass},
+    {corvid::kOidWords<CVD_OID_BASIC_CONSTRAINTS>, BasicConstraints, OnFailure::kIgnore},
+    {corvid::kOidWords<CVD_OID_EXT_KEY_USAGE>, ExtKeyUsage, OnFailure::kEndPass},
+    {corvid::kOidWords<CVD_OID_CRL_DISTRIBUTION_POINTS>, CrlDistPoints, OnFailure::kEndPass},
+    {corvid::kOidWords<CVD_OID_AUTHORITY_INFO_ACCESS>, AuthInfoAccess, OnFailure::kIgnore},
+    {corvid::kOidWords<CVD_OID_NETSCAPE_CERT_TYPE>, NsCertType, OnFailure::kIgnore},
+};
+
+// Renders every known extension into its field, in list order; unknown ones are skipped.
+uint32_t ExtensionFields(const CVD_Certificate& certificate, PKCCertInfo* info) {
+  for (const CVD_ExtensionNode* node = certificate.tbsCertificate.extensions; node != nullptr;
+       node = node->next) {
+    const corvid::OidWords words = corvid::WordsOf(node->extension.extnID);
+    for (const ExtensionRow& row : kExtensionRows) {
+      if (words != row.words) continue;
+      const uint32_t status = row.render(node, info);
+      if (status != 0 && row.on_failure == OnFailure::kEndPass) return status;
+      break;
+    }
+  }
+  return 0;
+}
+
+// ---- whole records -------------------------------------------------------------------------
+
+uint32_t AllFields(const CVD_Certificate* certificate, PKCCertInfo* info) {
+  const uint32_t status = CVD_ExtractCertInfoNoExt(nullptr, certificate, info);
+  return status != 0 ? status : CVD_ExtractCertExtension(nullptr, certificate, info);
+}
+
+// What a caller gave: a file to read, or octets.
+struct Source {
+  const char* path;  // null: `octets` are the certificate
+  BIN octets;
+};
+
+// False when there is nothing to read.
+bool ChooseSource(const char* path, const uint8_t* der, uint32_t length, int32_t from_memory,
+                  Source* source) {
+  if (from_memory == 0 && path != nullptr) {
+    *source = {path, {0, nullptr}};
+    return true;
+  }
+  if (der == nullptr) return false;
+  *source = {nullptr, {static_cast<int32_t>(length), const_cast<uint8_t*>(der)}};
+  return true;
+}
+
+// Reads, hashes and decodes the certificate, and fills the record from it.
+uint32_t Extract(const Source& source, corvid::DecodedCertificate* certificate, PKCCertInfo* info) {
+  corvid::ScopedBin file;
+  if (source.path != nullptr) {
+    if (const uint32_t status = CVD_File_ReadBin(&file, source.path); status != 0) return status;
+  }
+  const BIN& der = source.path != nullptr ? file : source.octets;
+  if (der.length < 0) return PKC_ERR_INVALID_INPUT;  // a length that no BIN has
+  corvid::ScopedBin digest;
+  if (const uint32_t status = CVD_CSP_Hash(&digest, &der, CVD_HASH_SHA1); status != 0) {
+    return status;
+  }
+  uint32_t status =
+      corvid::WriteHex(info->thumbprint, sizeof info->thumbprint, corvid::View(digest));
+  if (status == 0) status = certificate->Decode(der);
+  return status != 0 ? status : AllFields(certificate->get(), info);
+}
+
+// ---- the extended record -------------------------------------------------------------------
+
+struct StringRow {
+  const CVD_OID* oid;
+  char* field;
+  int32_t size;
+};
+
+uint32_t StringExtensions(const CVD_ExtensionNode* extensions, PKCCertInfoEx* info) {
+  const StringRow rows[] = {
+      {CVD_ASN_GetOID(CVD_OID_EXT_STRING_1), info->extString1, sizeof info->extString1},
+      {CVD_ASN_GetOID(CVD_OID_EXT_STRING_2), info->extString2, sizeof info->extString2},
+      {CVD_ASN_GetOID(CVD_OID_EXT_STRING_3), info->extString3, sizeof info->extString3},
+      {&id_corporationName, info->corporationName, sizeof info->corporationName},
+  };
+  for (const StringRow& row : rows) {
+    const CVD_Extension* extension = CVD_GetExtension(extensions, row.oid);
+    if (extension == nullptr) continue;
+    int32_t count = row.size;
+    const uint32_t status =
+        CVD_PKC_ASNString_Decode(row.field, &count, extension->extnValue.data,
+                                 static_cast<uint32_t>(extension->extnValue.length));
+    if (status != 0) return status;
+  }
+  return 0;
+}
+
+uint32_t AuthoritySerial(const CVD_ExtensionNode* extensions, PKCCertInfoEx* info) {
+  const CVD_Extension* extension =
+      CVD_GetExtension(extensions, CVD_ASN_GetOID(CVD_OID_AUTHORITY_KEY_IDENTIFIER));
+  if (extension == nullptr) return 0;
+  corvid::Decoded<CVD_AuthorityKeyIdentifier, CVD_PDU_AUTHORITY_KEY_IDENTIFIER> identifier;
+  if (identifier.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_AUTHKEYID;
+  if ((identifier->present & 0x20) != 0) {
+    SerialNumber(identifier->authorityCertSerialNumber, &info->authoritySerialNumber,
+                 info->authoritySerialHex);
+  }
+  return 0;
+}
+
+uint32_t KeyParameters(const CVD_SubjectPublicKeyInfo& key_info, PKCCertInfoEx* info) {
+  switch (CVD_PKC_ObjID_To_PkeyID(&key_info.algorithm.algorithm)) {
+    case CVD_PKEY_KCDSA:
+      return CVD_Decode_KCDSA_Parameters(&key_info.algorithm.parameters, info);
+    case CVD_PKEY_RSA:
+      return CVD_Decode_RSAPublicKey(key_info.subjectPublicKey.data,
+                                     key_info.subjectPublicKey.bits / 8, info);
+    default:
+      return 0;
+  }
+}
+
+uint32_t ExtractEx(const Source& source, PKCCertInfoEx* info) {
+  corvid::DecodedCertificate certificate;
+  uint32_t status = Extract(source, &certificate, &info->info);
+  if (status != 0) return status;
+  const CVD_TBSCertificate& tbs = certificate->tbsCertificate;
+  status = StringExtensions(tbs.extensions, info);
+  if (status == 0) status = AuthoritySerial(tbs.extensions, info);
+  return status != 0 ? status : KeyParameters(tbs.subjectPublicKeyInfo, info);
+}
+
+}  // namespace
+
+uint32_t CVD_PKC_BIN_ToHex(char* out, const int32_t* capacity, const BIN* data) {
+  if (capacity == nullptr || data == nullptr) return PKC_ERR_INVALID_INPUT;
+  return corvid::WriteHex(out, *capacity, corvid::View(*data));
+}
+
+uint32_t CVD_GetCertificateCtxBin(void* /*context*/, const BIN* certificate,
+                                  CVD_Certificate** record) {
+  if (certificate == nullptr || certificate->data == nullptr || record == nullptr) {
+    return PKC_ERR_INVALID_INPUT;
+  }
+  *record = nullptr;
+  corvid::DecodedCertificate decoded;
+  if (decoded.Decode(*certificate) != 0) {
+    return kTrace("CVD_GetCertificateCtxBin", PKC_ERR_BAD_CERT);
+  }
+  *record = decoded.Release();
+  return 0;
+}
+
+uint32_t CVD_ExtractCertInfoNoExt(void* /*context*/, const CVD_Certificate* certificate,
+                                  PKCCertInfo* info) {
+  if (certificate == nullptr || info == nullptr) return PKC_ERR_INVALID_INPUT;
+  return kTrace("CVD_ExtractCertInfoNoExt", BasicFields(*certificate, info));
+}
+
+uint32_t CVD_ExtractCertExtension(void* /*context*/, const CVD_Certificate* certificate,
+                                  PKCCertInfo* info) {
+  if (certificate == nullptr || info == nullptr) return PKC_ERR_INVALID_INPUT;
+  return kTrace("CVD_ExtractCertExtension", ExtensionFields(*certificate, info));
+}
+
+uint32_t CVD_ExtractCertInfo(void* /*context*/, const char* path, const uint8_t* der,
+                             uint32_t length, int32_t from_memory, PKCCertInfo* info) {
+  if (info == nullptr) return PKC_ERR_INVALID_INPUT;
+  std::memset(info, 0, sizeof *info);
+  Source source;
+  if (!ChooseSource(path, der, length, from_memory, &source)) return PKC_ERR_INVALID_INPUT;
+  corvid::DecodedCertificate certificate;
+  return kTrace("CVD_ExtractCertInfo", Extract(source, &certificate, info));
+}
+
+uint32_t CVD_ExtractCertInfoEx(void* /*context*/, const char* path, const uint8_t* der,
+                               uint32_t length, int32_t from_memory, PKCCertInfoEx* info) {
+  if (info == nullptr) return PKC_ERR_INVALID_INPUT;
+  std::memset(info, 0, sizeof *info);
+  Source source;
+  if (!ChooseSource(path, der, length, from_memory, &source)) return PKC_ERR_INVALID_INPUT;
+  return kTrace("CVD_ExtractCertInfoEx", ExtractEx(source, info));
+}
+
+uint32_t CVD_DoExtractCertInfo(void* /*context*/, const CVD_Certificate* certificate,
+                               PKCCertInfo* info) {
+  if (certificate == nullptr || info == nullptr) return PKC_ERR_INVALID_INPUT;
+  std::memset(info, 0, sizeof *info);
+  return kTrace("CVD_DoExtractCertInfo", AllFields(certificate, info));
+}

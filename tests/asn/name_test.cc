@@ -1,0 +1,92 @@
+// Comparing names (RFC 5280 section 7.1).
+#include <gtest/gtest.h>
+
+#include "support/support.h"
+
+namespace corvid::test {
+namespace {
+
+// The names of a certificate with this subject, decoded.
+struct Decoded {
+  explicit Decoded(const Octets& name)
+      : certificate([&] {
+          CertificateParts parts;
+          parts.subject = name;
+          return MakeCertificate(parts);
+        }()) {}
+  const CVD_Name* name() const { return &certificate->tbsCertificate.subject; }
+  Certificate certificate;
+};
+
+bool Same(const Octets& a, const Octets& b) {
+  const Decoded left(a);
+  const Decoded right(b);
+  EXPECT_EQ(CVD_ASN_CmpName(left.name(), right.name()), CVD_ASN_CmpName(right.name(), left.name()));
+  return CVD_ASN_CmpName(left.name(), right.name()) == 0;
+}
+
+TEST(NameComparison, OfOneValue) {
+  struct Row {
+    const char* name;
+    uint8_t left_tag;
+    std::string left;
+    uint8_t right_tag;
+    std::string right;
+    bool same;
+  };
+  const Row rows[] = {
+      {"Identical", 0x13, "Org", 0x13, "Org", true},
+      {"StringType", 0x13, "Org", 0x0C, "Org", true},
+      {"Case", 0x13, "ORG Ltd", 0x0C, "org lTD", true},
+      {"BlanksAround", 0x13, "  Org ", 0x13, "Org", true},
+      {"BlanksWithin", 0x13, "My   Org", 0x0C, "My Org", true},
+      {"NoBlankIsAnother", 0x13, "My Org", 0x13, "MyOrg", false},
+      {"Shorter", 0x13, "Org", 0x13, "Organ", false},
+      {"OnlyBlanks", 0x13, "   ", 0x13, "", true},
+      {"BmpAgainstUtf8", 0x1E, std::string("\xAC\x00\0A", 4), 0x0C,
+       "\xEA\xB0\x80"
+       "a",
+       true},
+      {"UniversalAgainstUtf8", 0x1C, std::string("\0\0\xAC\x00", 4), 0x0C, "\xEA\xB0\x80", true},
+      {"NoCharacterEndsNothing", 0x1C, std::string("\xFF\xFF\xFF\xFF\0\0\0a", 8), 0x1C,
+       std::string("\xFF\xFF\xFF\xFF\0\0\0b", 8), false},
+      {"OddBmp", 0x1E, "A", 0x13, "A", false},
+      {"InvalidUtf8IsItselfOnly", 0x0C, "\xEA\xB0", 0x0C, "\xEA\xB0", true},
+      {"InvalidUtf8", 0x0C, "\xEA\xB0", 0x13, "\xEA\xB0", false},
+      {"NulIsACharacter", 0x0C, std::string("a\0b", 3), 0x0C, "a", false},
+      {"NoStrings", 0x02, "\x01", 0x0C, "\x01", false},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Same(Name({{"2.5.4.10", Der(row.left_tag, row.left)}}),
+                   Name({{"2.5.4.10", Der(row.right_tag, row.right)}})),
+              row.same)
+        << row.name;
+  }
+}
+
+TEST(NameComparison, OfRdnsAndTheirAttributes) {
+  const auto attribute = [](const char* type, const char* value) {
+    return Sequence({Oid(type), Der(0x0C, value)});
+  };
+  const Octets a = attribute("2.5.4.3", "a");
+  const Octets b = attribute("2.5.4.11", "b");
+  const Octets upper = attribute("2.5.4.3", "A");
+  const auto name = [](std::initializer_list<Octets> rdns) { return Sequence(rdns); };
+  const auto rdn = [](std::initializer_list<Octets> attributes) {
+    return Sequence(attributes, 0x31);
+  };
+  EXPECT_TRUE(Same(name({rdn({a, b})}), name({rdn({b, upper})}))) << "a SET has no order";
+  EXPECT_FALSE(Same(name({rdn({a, a})}), name({rdn({a, b})})));
+  EXPECT_FALSE(Same(name({rdn({a, b})}), name({rdn({a, a})})));
+  EXPECT_FALSE(Same(name({rdn({a}), rdn({b})}), name({rdn({b}), rdn({a})})));
+  EXPECT_FALSE(Same(name({rdn({a}), rdn({b})}), name({rdn({a, b})})));
+  EXPECT_FALSE(Same(name({rdn({a})}), name({rdn({a}), rdn({})})));
+  EXPECT_TRUE(Same(name({}), name({})));
+  EXPECT_FALSE(Same(name({rdn({a})}), name({rdn({attribute("2.5.4.11", "a")})})));
+  const CVD_Name released{0, 0, nullptr};
+  EXPECT_NE(CVD_ASN_CmpName(&released, &released), 0);
+  EXPECT_NE(CVD_ASN_CmpName(nullptr, nullptr), 0);
+}
+
+}  // namespace
+}  // namespace corvid::test

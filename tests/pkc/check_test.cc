@@ -1,0 +1,99 @@
+// Signature algorithms told from certificates, PEM input, and the hash of a VID.
+#include <gtest/gtest.h>
+
+#include "corvid/codec.h"
+#include "support/support.h"
+
+namespace corvid::test {
+namespace {
+
+TEST(SignatureAlgorithm, NumbersAndIdentifiersMatch) {
+  for (const int32_t signID : {1, 2, 3, 4, 5, 6, 15, 21, 22, 27}) {
+    EXPECT_EQ(CVD_PKC_ObjID_To_SignID(CVD_PKC_SignID_To_ObjID(static_cast<uint32_t>(signID))),
+              signID);
+  }
+  for (const int32_t signID : {0, 7, 16, 28, 255, -1}) {
+    EXPECT_EQ(CVD_PKC_SignID_To_PkeyID(static_cast<uint32_t>(signID)), -1);
+    EXPECT_EQ(CVD_PKC_SignID_To_HashID(signID), -1);
+    EXPECT_EQ(CVD_PKC_SignID_To_ObjID(static_cast<uint32_t>(signID)), nullptr);
+  }
+  EXPECT_EQ(CVD_PKC_ObjID_To_SignID(CVD_ASN_GetOID(CVD_OID_KCDSA_WITH_SHA1_OLD)), 21);
+  EXPECT_EQ(CVD_PKC_SignID_To_ObjID(21), CVD_ASN_GetOID(CVD_OID_KCDSA_WITH_SHA1));
+  const uint8_t octet = 0x55;
+  const CVD_OID empty{0, &octet};
+  EXPECT_EQ(CVD_PKC_ObjID_To_SignID(&empty), -1) << "the absent identifier of a row";
+}
+
+TEST(AlgorithmQuery, LooksAtTheSignatureThenAtTheKey) {
+  const std::string rsa = "1.2.840.113549.1.1.";
+  const std::string kcdsa = "1.2.410.200004.1.";
+  const struct {
+    std::string signature, key;
+    uint32_t hashID, signID;
+  } rows[] = {
+      {rsa + "5", rsa + "1", 3, 3},        {rsa + "11", rsa + "1", 6, 4},
+      {rsa + "13", rsa + "1", 3, 6},  // the hash query knows SHA-1 and SHA-256 with RSA
+      {rsa + "4", rsa + "1", 3, 3},        {"1.2.840.10040.4.3", "1.2.840.10040.4.1", 3, 3},
+      {kcdsa + "9", kcdsa + "1", 3, 21},   {kcdsa + "8", kcdsa + "1", 4, 22},
+      {kcdsa + "38", kcdsa + "21", 6, 27}, {rsa + "4", kcdsa + "22", 4, 22},  // only the key tells
+      {kcdsa + "22", kcdsa + "23", 4, 22},  // the signature goes first
+      {rsa + "11", kcdsa + "23", 3, 4},
+  };
+  for (const auto& row : rows) {
+    const Octets spki = Sequence({Sequence({Oid(row.key), Hex("0500")}), Hex("030400020105")});
+    const Input der(MakeCertificate({.signature_oid = row.signature, .spki = spki}));
+    uint32_t hashID = 99;
+    uint32_t signID = 99;
+    EXPECT_EQ(CVD_PKC_GetHashAlg(&hashID, der.bin()), 0u);
+    EXPECT_EQ(CVD_PKC_GetSignAlg(&signID, der.bin()), 0u);
+    EXPECT_EQ(hashID, row.hashID) << row.signature << ' ' << row.key;
+    EXPECT_EQ(signID, row.signID) << row.signature << ' ' << row.key;
+  }
+}
+
+TEST(AlgorithmQuery, ReadsPemOrTracesWhyNot) {
+  char* base64 = nullptr;
+  ASSERT_EQ(CVD_BinToBase64(Input(MakeCertificate({})).bin(), &base64), 0u);
+  const std::string body(base64);
+  CVD_free(base64);
+  const std::string head = body.substr(0, 64);
+  const std::string rest = body.substr(64);
+  const struct {
+    std::string input;
+    int32_t status;
+    const char* trace = "";
+  } rows[] = {
+      {"-----BEGIN X-----\n" + head + "\n" + rest + "\n-----END X-----\n", 0},
+      {"-----BEGIN X-----\r\n" + head + "\r\n" + rest + "\r\n-----END X-----", 0},
+      {"-----BEGIN\n" + head + " \t" + rest + "-!", 0},
+      {"-----BEGIN", -1, "CVD_PKC_GetSignAlg -1\n"},
+      {"-----BEGIN\nA: b\n" + body, 3007, "CVD_PKC_DecodePEM 3007\nCVD_PKC_GetSignAlg 3007\n"},
+      {"-----BEGI", CVD_ASN_ERR_TAG, "CVD_PKC_GetSignAlg 1012\n"},
+  };
+  for (const auto& row : rows) {
+    uint32_t signID = 99;
+    CVD_Trace_Clear();
+    EXPECT_EQ(CVD_PKC_GetSignAlg(&signID, Input(OctetsOf(row.input)).bin()),
+              static_cast<uint32_t>(row.status));
+    EXPECT_EQ(signID, row.status == 0 ? 4u : 99u) << row.input;
+    EXPECT_EQ(TakeTrace(), row.trace);
+  }
+}
+
+TEST(VidHash, IsThatOfTheCertificate) {
+  Output value;
+  const Input vid(Octets(32, 0x5A));
+  ASSERT_EQ(CVD_PKC_SubAltName_Encode(&value, "Name", 4, CVD_HASH_SHA256, vid.bin()), 0u);
+  const Input der(MakeCertificate({.extensions = {Extension("2.5.29.17", value.octets())}}));
+  int32_t hashID = 99;
+  CVD_Trace_Clear();
+  EXPECT_EQ(CVD_PKC_GetVIDHashAlg(&hashID, der.bin()), 0u);
+  EXPECT_EQ(hashID, CVD_HASH_SHA256);
+  EXPECT_EQ(CVD_PKC_GetVIDHashAlg(nullptr, der.bin()), 36001u);
+  EXPECT_EQ(CVD_PKC_GetVIDHashAlg(&hashID, Input(MakeCertificate({})).bin()), 36061u);
+  EXPECT_EQ(TakeTrace(),
+            "CVD_PKC_GetVIDHashAlg 36001\nCVD_PKC_GetVIDInfo 36061\nCVD_PKC_GetVIDHashAlg 36061\n");
+}
+
+}  // namespace
+}  // namespace corvid::test

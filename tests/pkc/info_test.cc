@@ -1,0 +1,538 @@
+// The information records, public keys and key parameters, thumbprints, options and versions.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+#include "support/support.h"
+
+// A version that a test sets stands in for the ASN.1 library's.
+static const char* g_asn_version = "1.7.0.0";
+extern "C" const char* CVD_ASN_GetVersion() { return g_asn_version; }
+
+namespace corvid::test {
+namespace {
+
+PKCCertInfo InfoOf(const Octets& der, uint32_t status = 0) {
+  PKCCertInfo info;
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, der.data(), static_cast<uint32_t>(der.size()), 1,
+                                &info),
+            status);
+  return info;
+}
+
+PKCCertInfo InfoOf(const CertificateParts& parts, uint32_t status = 0) {
+  return InfoOf(MakeCertificate(parts), status);
+}
+
+std::unique_ptr<PKCCertInfoEx> ExtendedInfoOf(const CertificateParts& parts, uint32_t status = 0) {
+  auto info = std::make_unique<PKCCertInfoEx>();
+  const Octets der = MakeCertificate(parts);
+  EXPECT_EQ(CVD_ExtractCertInfoEx(nullptr, nullptr, der.data(), static_cast<uint32_t>(der.size()),
+                                  1, info.get()),
+            status);
+  return info;
+}
+
+Octets Spki(const std::string& algorithm, const Octets& parameters, const Octets& key) {
+  return Sequence({Sequence({Oid(algorithm), parameters}), Der(0x03, Join({Hex("00"), key}))});
+}
+
+// ---- basic fields --------------------------------------------------------------------------
+
+TEST(BasicInfo, FieldsOfACertificate) {
+  CVD_Trace_Clear();
+  CertificateParts parts;
+  parts.serial = Octets(24, 0x5A);
+  const PKCCertInfo info = InfoOf(parts);
+  EXPECT_EQ(info.version, 3u);
+  EXPECT_EQ(info.serialNumber, 0x5A5A5A5Au);
+  EXPECT_EQ(std::string(info.serialHex), ToHex(Octets(20, 0x5A))) << "cut at 20 octets";
+  EXPECT_STREQ(info.signAlgorithm, "SHA256 + RSA");
+  EXPECT_STREQ(info.issuerDN, "cn=Issuer");
+  EXPECT_STREQ(info.subjectDN, "cn=Subject");
+  EXPECT_STREQ(info.publicKeyAlgorithm, "RSA");
+  EXPECT_EQ(info.keyLength, 512u);
+  EXPECT_EQ(std::string(info.publicKeyHex).substr(0, 8), "30480241");
+  EXPECT_STREQ(info.signatureHex, "a1b2c3");
+  EXPECT_EQ(std::strlen(info.thumbprint), 40u);
+  EXPECT_EQ(CVD_Trace_Count(), 0u);
+}
+
+TEST(BasicInfo, VersionAndAlgorithmNames) {
+  CertificateParts parts;
+  parts.version = {};
+  parts.signature_oid = "1.2.410.200004.1.8";
+  parts.spki = Spki("1.2.840.10045.2.1", Oid("1.2.840.10045.3.1.7"), Octets(65, 0x04));
+  PKCCertInfo info = InfoOf(parts);
+  EXPECT_EQ(info.version, 1u);
+  EXPECT_STREQ(info.signAlgorithm, "HAS160 + KCDSA") << "the older family of identifiers";
+  EXPECT_STREQ(info.publicKeyAlgorithm, "1.2.840.10045.2.1") << "known, but without a name";
+  EXPECT_EQ(info.keyLength, 256u);
+  parts.signature_oid = "1.2.3.4";
+  parts.spki = Spki("1.3.101.112", {}, Octets(32, 0x11));
+  info = InfoOf(parts);
+  EXPECT_STREQ(info.signAlgorithm, "1.2.3.4");
+  EXPECT_STREQ(info.publicKeyAlgorithm, "1.3.101.112");
+  EXPECT_EQ(info.keyLength, 0u);
+}
+
+TEST(BasicInfo, OnlyUtcTimesOf2000To2037AreLocal) {
+  setenv("TZ", "Asia/Seoul", 1);
+  tzset();
+  struct Row {
+    uint8_t tag;
+    const char* time;
+    const char* text;
+  };
+  static constexpr Row kRows[] = {
+      {0x17, "300101000000Z", "2030-01-01 09:00:00"},
+      {0x17, "371231235959Z", "2038-01-01 08:59:59"},
+      {0x17, "380101000000Z", "2038-01-01 00:00:00"},
+      {0x17, "491231235959Z", "2049-12-31 23:59:59"},
+      {0x17, "500101000000Z", "1950-01-01 00:00:00"},
+      {0x17, "991231235959Z", "1999-12-31 23:59:59"},
+      {0x18, "20300101000000Z", "2030-01-01 00:00:00"},
+      {0x18, "99991231235959Z", "9999-12-31 23:59:59"},
+      {0x18, "00010203040506Z", "0001-02-03 04:05:06"},
+  };
+  for (const Row& row : kRows) {
+    CertificateParts parts;
+    parts.not_before = parts.not_after = Der(row.tag, row.time);
+    const PKCCertInfo info = InfoOf(parts);
+    EXPECT_STREQ(info.notBefore, row.text);
+    EXPECT_STREQ(info.notAfter, row.text);
+  }
+  setenv("TZ", "UTC0", 1);
+  tzset();
+}
+
+TEST(BasicInfo, FailuresEndTheRecordOrDoNot) {
+  const Octets universal = Name({{"2.5.4.3", Der(0x1C, Hex("00000041"))}});
+  CertificateParts parts;
+  parts.issuer = universal;
+  PKCCertInfo info = InfoOf(parts);
+  EXPECT_STREQ(info.issuerDN, "") << "an issuer that cannot be shown is left empty";
+  EXPECT_STREQ(info.subjectDN, "cn=Subject");
+  CVD_Trace_Clear();
+
+  parts = {};
+  parts.subject = universal;
+  info = InfoOf(parts, PKC_ERR_BAD_RDN);
+  EXPECT_STREQ(info.issuerDN, "cn=Issuer");
+  EXPECT_STREQ(info.publicKeyHex, "");
+  EXPECT_EQ(TakeTrace(),
+            "CVD_PKC_AsnRDNs_ToString 36032\nCVD_ExtractRDN 36032\n"
+            "CVD_ExtractCertInfoNoExt 36032\nCVD_ExtractCertInfo 36032\n");
+
+  parts = {};
+  parts.spki = Spki("1.2.840.113549.1.1.1", Hex("0500"), {});
+  InfoOf(parts, PKC_ERR_NO_PUBKEY);
+  parts = {};
+  parts.signature = Hex("030100");
+  InfoOf(parts, PKC_ERR_INVALID_INPUT);
+  EXPECT_EQ(TakeTrace(),
+            "CVD_ExtractCertInfoNoExt 36060\nCVD_ExtractCertInfo 36060\n"
+            "CVD_ExtractCertInfoNoExt 36001\nCVD_ExtractCertInfo 36001\n");
+}
+
+TEST(Hexadecimal, IsCutToWholeOctets) {
+  const Input data("00FF1A");
+  char text[8];
+  struct Row {
+    int32_t capacity;
+    const char* text;  // null: refused
+  };
+  for (const Row& row : {Row{65, "00ff1a"}, Row{7, "00ff1a"}, Row{6, "00ff"}, Row{5, "00ff"},
+                         Row{3, "00"}, Row{2, nullptr}, Row{0, nullptr}, Row{-1, nullptr}}) {
+    std::memset(text, '#', sizeof text);
+    const uint32_t status = CVD_PKC_BIN_ToHex(text, &row.capacity, data.bin());
+    EXPECT_EQ(status, row.text == nullptr ? uint32_t{PKC_ERR_INVALID_INPUT} : 0u) << row.capacity;
+    if (row.text != nullptr) {
+      EXPECT_STREQ(text, row.text);
+    }
+    EXPECT_EQ(text[7], '#');
+  }
+  const int32_t capacity = sizeof text;
+  const BIN empty{0, data.bin()->data};
+  const BIN null{3, nullptr};
+  EXPECT_EQ(CVD_PKC_BIN_ToHex(text, &capacity, &empty), 0u);
+  EXPECT_STREQ(text, "");
+  for (const BIN* refused : {static_cast<const BIN*>(nullptr), &null}) {
+    EXPECT_EQ(CVD_PKC_BIN_ToHex(text, &capacity, refused), uint32_t{PKC_ERR_INVALID_INPUT});
+  }
+  EXPECT_EQ(CVD_PKC_BIN_ToHex(nullptr, &capacity, &empty), uint32_t{PKC_ERR_INVALID_INPUT});
+}
+
+// ---- extensions ----------------------------------------------------------------------------
+
+Octets Uri(const char* uri) { return Der(0x86, uri); }
+
+TEST(ExtensionPass, RendersIntoTheRecordsFields) {
+  const Options options("ko_KR-euc");
+  CertificateParts parts;
+  const Octets hangul = Uri("http://x/\xEA\xB0\x80");
+  parts.extensions = {
+      Extension("2.5.29.35", Sequence({Der(0x80, Hex("0102"))})),
+      Extension("2.5.29.14", Der(0x04, Hex("0304"))),
+      Extension("2.5.29.15", Hex("03020106"), true),
+      Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3")})})),
+      Extension("2.5.29.17", Sequence({Der(0x82, "example.com")})),
+      Extension("2.5.29.18", Sequence({Der(0x81, "a@b")})),
+      Extension("2.5.29.19", Hex("30030101FF")),
+      Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.1")})),
+      Extension("2.5.29.31", Sequence({Sequence({Sequence({Sequence({hangul}, 0xA0)}, 0xA0)})})),
+      Extension("1.3.6.1.5.5.7.1.1",
+                Sequence({Sequence({Oid("1.3.6.1.5.5.7.48.1"), Uri("http://o")})})),
+      Extension("2.16.840.1.113730.1.1", Hex("03020780")),
+      Extension("1.2.3.4", Hex("0500"), true),
+  };
+  const PKCCertInfo info = InfoOf(parts);
+  EXPECT_STREQ(info.authorityKeyId, "0102");
+  EXPECT_STREQ(info.subjectKeyId, "0304");
+  EXPECT_STREQ(info.keyUsage, "keyCertSign,cRLSign");
+  EXPECT_EQ(info.keyUsageFlags, 0x60u);
+  EXPECT_EQ(info.policyCount, 1);
+  EXPECT_STREQ(info.policies, "1.2.3");
+  EXPECT_STREQ(info.subjectAltName, "DNS=example.com");
+  EXPECT_STREQ(info.issuerAltName, "RN=a@b");
+  EXPECT_STREQ(info.basicConstraints, "Subject Type=CA, Path Length Constraint=None");
+  EXPECT_STREQ(info.extKeyUsage, "id-kp-serverAuth");
+  EXPECT_STREQ(info.crlDistPoints, "URL=http://x/\xB0\xA1") << "in the caller's character set";
+  EXPECT_STREQ(info.authInfoAccess, "OCSP:URL=http://o");
+  EXPECT_STREQ(info.nsCertType, "sslClient");
+  EXPECT_EQ(CVD_Trace_Count(), 0u);
+}
+
+TEST(ExtensionPass, SomeFailuresEndItAndSomeDoNot) {
+  struct Row {
+    const char* oid;
+    const char* value;
+    uint32_t status;
+  };
+  static constexpr Row kRows[] = {
+      {"2.5.29.35", "0500", 0},
+      {"2.5.29.14", "0500", 0},
+      {"2.5.29.15", "0500", PKC_ERR_BAD_KEYUSAGE},
+      {"2.5.29.32", "0500", PKC_ERR_BAD_POLICIES},
+      {"2.5.29.17", "0500", PKC_ERR_BAD_EXTENSION},
+      {"2.5.29.18", "0500", PKC_ERR_BAD_EXTENSION},
+      {"2.5.29.19", "0500", 0},
+      {"2.5.29.37", "0500", PKC_ERR_BAD_EXTENSION},
+      {"2.5.29.31", "0500", 0},
+      // A point whose URI does not exist in the character set.
+      {"2.5.29.31", "300C300AA008A0068604F09F9880", 3004},
+      {"1.3.6.1.5.5.7.1.1", "0500", 0},
+      {"2.16.840.1.113730.1.1", "0500", 0},
+  };
+  const Options options("ko_KR-euc");
+  for (const Row& row : kRows) {
+    CertificateParts parts;
+    parts.extensions = {Extension("2.5.29.17", Sequence({Der(0x82, "before")})),
+                        Extension(row.oid, Hex(row.value)),
+                        Extension("2.5.29.18", Sequence({Der(0x82, "after")}))};
+    const PKCCertInfo info = InfoOf(parts, row.status);
+    EXPECT_STREQ(info.subjectAltName, "DNS=before") << row.oid;
+    EXPECT_STREQ(info.issuerAltName, row.status == 0 ? "DNS=after" : "") << row.oid;
+    EXPECT_NE(CVD_Trace_Count(), 0u) << row.oid;
+    CVD_Trace_Clear();
+  }
+}
+
+// ---- entry points --------------------------------------------------------------------------
+
+TEST(EntryPoints, FileAndBufferGiveTheSameRecord) {
+  const Octets der = MakeCertificate({});
+  const std::string path = testing::TempDir() + "corvid_info_" + std::to_string(getpid()) + ".der";
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(der.data()), static_cast<std::streamsize>(der.size()));
+  const auto length = static_cast<uint32_t>(der.size());
+  PKCCertInfo from_file;
+  PKCCertInfo from_buffer;
+  PKCCertInfo with_path;
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, path.c_str(), nullptr, 0, 0, &from_file), 0u);
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, der.data(), length, 0, &from_buffer), 0u);
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, "/nowhere", der.data(), length, 1, &with_path), 0u);
+  EXPECT_EQ(std::memcmp(&from_file, &from_buffer, sizeof from_file), 0);
+  EXPECT_EQ(std::memcmp(&from_file, &with_path, sizeof from_file), 0);
+  std::remove(path.c_str());
+
+  const Certificate certificate(der);
+  PKCCertInfo from_record;
+  EXPECT_EQ(CVD_DoExtractCertInfo(nullptr, certificate.get(), &from_record), 0u);
+  EXPECT_STREQ(from_record.thumbprint, "") << "a decoded certificate has no DER to hash";
+  EXPECT_STREQ(from_record.subjectDN, from_file.subjectDN);
+}
+
+TEST(EntryPoints, RefuseMissingInput) {
+  PKCCertInfo info;
+  std::memset(&info, 0xEE, sizeof info);
+  const uint32_t refused = PKC_ERR_INVALID_INPUT;
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, nullptr, 0, 1, &info), refused);
+  EXPECT_EQ(info.version, 0u) << "cleared before the input is looked at";
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, "x", nullptr, 0, 0, nullptr), refused);
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, "x", nullptr, 0, 1, &info), refused);
+  EXPECT_EQ(CVD_ExtractCertInfoEx(nullptr, "x", nullptr, 0, 0, nullptr), refused);
+  EXPECT_EQ(CVD_DoExtractCertInfo(nullptr, nullptr, &info), refused);
+  EXPECT_EQ(CVD_ExtractCertInfoNoExt(nullptr, nullptr, &info), refused);
+  EXPECT_EQ(CVD_ExtractCertExtension(nullptr, nullptr, &info), refused);
+  EXPECT_EQ(CVD_Trace_Count(), 0u);
+
+  const uint8_t octet = 0x30;
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, UINT32_MAX, 1, &info), refused);
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, 0, 1, &info), uint32_t{CVD_ASN_ERR_TAG});
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, 1, 1, &info),
+            uint32_t{CVD_ASN_ERR_TRUNCATED});
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, "/nowhere", nullptr, 0, 0, &info), 8003u);
+  EXPECT_EQ(TakeTrace(),
+            "CVD_ExtractCertInfo 36001\nCVD_ExtractCertInfo 1012\nCVD_ExtractCertInfo 1010\n"
+            "CVD_ExtractCertInfo 8003\n");
+
+  const Input text("3000");
+  CVD_Certificate* record = nullptr;
+  EXPECT_EQ(CVD_GetCertificateCtxBin(nullptr, text.bin(), &record), uint32_t{PKC_ERR_BAD_CERT});
+  EXPECT_EQ(CVD_GetCertificateCtxBin(nullptr, nullptr, &record), refused);
+  EXPECT_EQ(TakeTrace(), "CVD_GetCertificateCtxBin 36030\n");
+}
+
+// ---- the extended record -------------------------------------------------------------------
+
+TEST(ExtendedInfo, StringExtensionsAndAuthoritySerial) {
+  CertificateParts parts;
+  parts.extensions = {
+      Extension("1.2.410.100001.5.7.101.1", Der(0x13, "one")),
+      Extension("1.2.410.100001.5.7.101.3", Der(0x0C, std::string(30, 'c'))),
+      Extension("1.2.410.100001.5.7.101.4", Der(0x0C, "Org")),
+      Extension("2.5.29.35", Sequence({Der(0x80, Hex("AA")), Der(0x82, Hex("00FF01"))})),
+  };
+  const auto info = ExtendedInfoOf(parts);
+  EXPECT_STREQ(info->extString1, "one");
+  EXPECT_STREQ(info->extString2, "");
+  EXPECT_EQ(std::string(info->extString3), std::string(19, 'c'));
+  EXPECT_STREQ(info->corporationName, "Org");
+  EXPECT_EQ(info->authoritySerialNumber, 0xFF01u);
+  EXPECT_STREQ(info->authoritySerialHex, "ff01");
+  EXPECT_EQ(std::strlen(info->rsaModulus), 88u) << "65 octets with the leading zero";
+}
+
+TEST(ExtendedInfo, FailuresComeAfterTheWholeBasicRecord) {
+  struct Row {
+    const char* oid;
+    const char* value;
+    uint32_t status;
+  };
+  for (const Row& row : {Row{"1.2.410.100001.5.7.101.2", "020101", 0xFFFFFFFF},
+                         Row{"1.2.410.100001.5.7.101.4", "", PKC_ERR_INVALID_INPUT},
+                         Row{"2.5.29.35", "0500", PKC_ERR_BAD_AUTHKEYID}}) {
+    CertificateParts parts;
+    parts.extensions = {Extension(row.oid, Hex(row.value))};
+    EXPECT_STREQ(ExtendedInfoOf(parts, row.status)->info.signatureHex, "a1b2c3") << row.oid;
+  }
+  CVD_Trace_Clear();
+}
+
+TEST(KeyParameters, KcdsaRows) {
+  struct Row {
+    const char* name;
+    const char* der;
+    int32_t status;
+    const char* filled;  // p q g j seed count: base64 of what was read
+  };
+  static constexpr Row kRows[] = {
+      {"Minimal", "30 09 020117 02010B 020104", 0, "Fw==,Cw==,BA==,,,"},
+      {"Cofactor", "30 0C 020117 02010B 020104 020102", 0, "Fw==,Cw==,BA==,Ag==,,"},
+      {"Everything", "30 14 020117 02010B 020104 020102 3006 0401AA 020105", 0,
+       "Fw==,Cw==,BA==,Ag==,qg==,BQ=="},
+      {"NoCofactor", "30 11 020117 02010B 020104 3006 0401AA 020105", 0,
+       "Fw==,Cw==,BA==,,qg==,BQ=="},
+      {"FourthIsAnother", "30 0B 020117 02010B 020104 0500", 0, "Fw==,Cw==,BA==,,,"},
+      {"LeadingZeroIsShown", "30 0A 02020097 02010B 020104", 0, "AJc=,Cw==,BA==,,,"},
+      {"NoSequence", "020117", -21, ",,,,,"},
+      {"Nothing", "", -21, ",,,,,"},
+      {"SequenceCut", "30", -22, ",,,,,"},
+      {"SequenceTooLong", "30 0A 020117 02010B 020104", -22, ",,,,,"},
+      {"NoP", "30 00", -23, ",,,,,"},
+      {"PTooLong", "30 03 020217", -24, ",,,,,"},
+      {"NoQ", "30 03 020117", -25, "Fw==,,,,,"},
+      {"QTooLong", "30 06 020117 02050B", -26, "Fw==,,,,,"},
+      {"GOfAnotherTag", "30 09 020117 02010B 040104", -27, "Fw==,Cw==,,,,"},
+      {"GLengthWraps", "30 0C 020117 02010B 0284FFFFFFFF", -28, "Fw==,Cw==,,,,"},
+      {"JTooLong", "30 0C 020117 02010B 020104 02097F", -30, "Fw==,Cw==,BA==,,,"},
+      {"ValidationTooLong", "30 0C 020117 02010B 020104 300904", -32, "Fw==,Cw==,BA==,,,"},
+      {"NoSeed", "30 0B 020117 02010B 020104 3000", -33, "Fw==,Cw==,BA==,,,"},
+      {"SeedTooLong", "30 0E 020117 02010B 020104 3003 0409AA", -34, "Fw==,Cw==,BA==,,,"},
+      {"NoCount", "30 0E 020117 02010B 020104 3003 0401AA", -35, "Fw==,Cw==,BA==,,qg==,"},
+      {"CountTooLong", "30 11 020117 02010B 020104 3006 0401AA 020905", -36,
+       "Fw==,Cw==,BA==,,qg==,"},
+  };
+  for (const Row& row : kRows) {
+    auto info = std::make_unique<PKCCertInfoEx>();
+    const Input der(row.der);
+    EXPECT_EQ(CVD_Decode_KCDSA_Parameters(der.bin(), info.get()), static_cast<uint32_t>(row.status))
+        << row.name;
+    EXPECT_EQ(std::string(info->kcdsaP) + "," + info->kcdsaQ + "," + info->kcdsaG + "," +
+                  info->kcdsaJ + "," + info->kcdsaSeed + "," + info->kcdsaCount,
+              row.filled)
+        << row.name;
+  }
+  CVD_Trace_Clear();
+  auto info = std::make_unique<PKCCertInfoEx>();
+  // 767 octets are 1024 characters.
+  const Input wide(Sequence({Der(0x02, Octets(767, 1)), Hex("02010B020104")}));
+  EXPECT_EQ(CVD_Decode_KCDSA_Parameters(wide.bin(), info.get()), static_cast<uint32_t>(-7));
+  EXPECT_EQ(CVD_Decode_KCDSA_Parameters(nullptr, info.get()), uint32_t{PKC_ERR_INVALID_INPUT});
+  EXPECT_EQ(TakeTrace(), "CVD_Decode_KCDSA_Parameters -7\n");
+}
+
+TEST(KeyParameters, RsaModulusRows) {
+  struct Row {
+    const char* der;
+    int32_t status;
+  };
+  for (const Row& row : {Row{"3006 020200A1 0200", 0}, Row{"3005 020200A1 AA", 0}, Row{"", -11},
+                         Row{"0201A1", -11}, Row{"30", -12}, Row{"3009 0201A1", -12},
+                         Row{"3000", -13}, Row{"3003 0401A1", -13}, Row{"3002 0209", -12}}) {
+    auto info = std::make_unique<PKCCertInfoEx>();
+    const Octets der = Hex(row.der);
+    const Input input(der);
+    EXPECT_EQ(
+        CVD_Decode_RSAPublicKey(input.bin()->data, static_cast<uint32_t>(der.size()), info.get()),
+        static_cast<uint32_t>(row.status))
+        << row.der;
+    EXPECT_STREQ(info->rsaModulus, row.status == 0 ? "AKE=" : "") << row.der;
+  }
+  auto info = std::make_unique<PKCCertInfoEx>();
+  for (const auto& [octets, status] : {std::pair{747, 0}, std::pair{750, -5}}) {
+    const Octets der = Sequence({Der(0x02, Octets(static_cast<size_t>(octets), 1))});
+    EXPECT_EQ(CVD_Decode_RSAPublicKey(der.data(), static_cast<uint32_t>(der.size()), info.get()),
+              static_cast<uint32_t>(status));
+  }
+  CVD_Trace_Clear();
+}
+
+// ---- public keys and thumbprints -----------------------------------------------------------
+
+TEST(PublicKey, IsHandedOutWithItsParameters) {
+  CertificateParts parts;
+  const Octets domain = Hex("3009 020117 02010B 020104");
+  parts.spki = Spki("1.2.840.10040.4.1", domain, Hex("020108"));
+  const Input dsa(MakeCertificate(parts));
+  Output key;
+  Output parameters;
+  int32_t pkey_id = 0;
+  ASSERT_EQ(CVD_GetSubPubKeyInfo(&key, &pkey_id, &parameters, dsa.bin()), 0u);
+  EXPECT_EQ(pkey_id, CVD_PKEY_DSA);
+  EXPECT_EQ(key.octets(), Hex("020108"));
+  EXPECT_EQ(parameters.octets(), domain);
+
+  const Input rsa(MakeCertificate({}));
+  Output rsa_key;
+  Output none;
+  ASSERT_EQ(CVD_GetSubPubKeyInfo(&rsa_key, nullptr, &none, rsa.bin()), 0u);
+  EXPECT_EQ(none.data, nullptr) << "RSA keys have no parameters to hand out";
+  Output same;
+  ASSERT_EQ(CVD_GetCertPubKey(&same, rsa.bin()), 0u);
+  EXPECT_EQ(same.octets(), rsa_key.octets());
+
+  parts.spki = Spki("1.2.3", {}, Hex("01"));
+  const Certificate unknown(MakeCertificate(parts));
+  Output nothing;
+  EXPECT_EQ(CVD_PKC_GetPubKeyInfo(&pkey_id, nullptr, &nothing, unknown.get()),
+            uint32_t{PKC_ERR_UNKNOWN_PKEYID});
+  EXPECT_EQ(pkey_id, -1);
+  EXPECT_EQ(TakeTrace(), "CVD_PKC_GetPubKeyInfo 36011\n");
+  EXPECT_EQ(CVD_GetCertPubKey(&nothing, Input("3000").bin()), uint32_t{CVD_ASN_ERR_TAG});
+  EXPECT_EQ(TakeTrace(), "CVD_GetCertPubKey 1012\n");
+}
+
+TEST(ThumbPrint, OfTheWholeAndOfTheSignedPart) {
+  CertificateParts parts;
+  const Input one(MakeCertificate(parts));
+  parts.signature = Hex("03020007");
+  const Input other(MakeCertificate(parts));
+  const auto print = [](auto function, const BIN* der) {
+    char text[32];
+    std::memset(text, '#', sizeof text);
+    EXPECT_EQ(function(text, CVD_HASH_SHA1, der), 0u);
+    EXPECT_EQ(std::string(text + 27, 2), "=#") << "28 characters, no terminator";
+    return std::string(text, 28);
+  };
+  EXPECT_NE(print(CVD_PKC_GetCertThumbPrint, one.bin()),
+            print(CVD_PKC_GetCertThumbPrint, other.bin()));
+  EXPECT_EQ(print(CVD_PKC_GetCertThumbPrintExcludeSig, one.bin()),
+            print(CVD_PKC_GetCertThumbPrintExcludeSig, other.bin()));
+  char text[32] = "";
+  EXPECT_EQ(CVD_PKC_GetCertThumbPrint(text, 5, one.bin()), 6004u);
+  EXPECT_EQ(CVD_PKC_GetCertThumbPrint(text, 3, nullptr), uint32_t{PKC_ERR_INVALID_INPUT});
+  EXPECT_NE(CVD_PKC_GetCertThumbPrintExcludeSig(text, 3, Input("3000").bin()), 0u);
+  EXPECT_EQ(CVD_Trace_Count(), 0u);
+}
+
+// ---- options and versions ------------------------------------------------------------------
+
+TEST(OptionValues, AreExactAndShowInTheirStorage) {
+  EXPECT_STREQ(CVD_PKC_GetOption("locale"), "ko_KR-euc");
+  EXPECT_STREQ(CVD_PKC_GetOption("dncase"), "lower");
+  for (const char* name : {"Locale", "local", "locale2", ""}) {
+    EXPECT_EQ(CVD_PKC_GetOption(name), nullptr) << name;
+  }
+  EXPECT_EQ(CVD_PKC_GetOption(nullptr), nullptr);
+  const Options options("ko_KR-euc");
+  const char* stored = CVD_PKC_GetOption("locale");
+  for (const char* value :
+       {"ko_KR-EUC", "ja_JP-euc", "ko_KR-euc ", "", "upper", "ko_KR-UTF-80", "ko_KR"}) {
+    EXPECT_EQ(CVD_SetLocalePKC(value), -1) << value;
+    EXPECT_STREQ(stored, "ko_KR-euc");
+  }
+  for (const char* value : {"Upper", "ko_KR-euc", "", "uppe"}) {
+    EXPECT_EQ(CVD_PKC_SetOption("dncase", value), -1) << value;
+  }
+  EXPECT_EQ(CVD_PKC_SetOption(nullptr, "upper"), -1);
+  EXPECT_EQ(CVD_PKC_SetOption("dncase", nullptr), -1);
+  EXPECT_EQ(CVD_PKC_SetOption("other", "upper"), -1);
+  EXPECT_EQ(CVD_SetLocalePKC("ja_JP-SJIS"), 0);
+  EXPECT_STREQ(stored, "ja_JP-SJIS");
+}
+
+TEST(Version, ChecksOwnAndLibraries) {
+  EXPECT_EQ(CVD_PKC_CheckVersion(nullptr), 0);
+  struct Row {
+    const char* required;
+    int32_t result;
+  };
+  for (const Row& row : {Row{"1.7.0.0", 0}, Row{"1.7.0.1", -1}, Row{"1.8.0.0", -1}, Row{"1.7", 0},
+                         Row{"1.8", -1}, Row{"", 0}, Row{"x", 0}, Row{"1.6.99.99", 0},
+                         Row{"99999999999.0.0.0", -1}, Row{"-99999999999.0.0.0", 0},
+                         Row{"0.0.0.9999999", -1}, Row{"+1.8.0.0", -1}, Row{" 1. 8", -1}}) {
+    EXPECT_EQ(CVD_PKC_CheckVersion(row.required), row.result) << row.required;
+  }
+  for (const Row& row : {Row{"1.5.1.9", -1}, Row{"1.5.1.10", 0}, Row{"", -1}}) {
+    g_asn_version = row.required;
+    EXPECT_EQ(CVD_PKC_CheckVersion(nullptr), row.result) << row.required;
+  }
+  g_asn_version = "1.7.0.0";
+}
+
+TEST(Numbering, OlderIdentifiersAreReadAndNewerWritten) {
+  EXPECT_EQ(CVD_PKC_ObjID_To_PkeyID(CVD_ASN_GetOID(CVD_OID_KCDSA_OLD)), CVD_PKEY_KCDSA);
+  EXPECT_EQ(CVD_PKC_PkeyID_To_ObjID(CVD_PKEY_KCDSA), CVD_ASN_GetOID(CVD_OID_KCDSA));
+  for (const uint32_t unknown : {0U, 4U, 12U, 14U, 255U, UINT32_MAX}) {
+    EXPECT_EQ(CVD_PKC_PkeyID_To_ObjID(unknown), nullptr);
+  }
+  for (const uint32_t unknown : {0U, 5U, 9U, UINT32_MAX}) {
+    EXPECT_EQ(CVD_PKC_HashID_To_ObjID(unknown), nullptr);
+  }
+  for (const uint32_t hash : {1U, 2U, 3U, 4U, 6U, 7U, 8U}) {
+    EXPECT_EQ(CVD_PKC_ObjID_To_HashID(CVD_PKC_HashID_To_ObjID(hash)), static_cast<int32_t>(hash));
+  }
+  EXPECT_EQ(CVD_PKC_ObjID_To_HashID(CVD_ASN_GetOID(CVD_OID_KEY_USAGE)), -1);
+  EXPECT_EQ(CVD_PKC_ObjID_To_PkeyID(nullptr), -1);
+  const CVD_OID empty{0, CVD_ASN_GetOID(CVD_OID_DSA)->data};
+  EXPECT_EQ(CVD_PKC_ObjID_To_PkeyID(&empty), -1) << "no row's missing older identifier";
+}
+
+}  // namespace
+}  // namespace corvid::test

@@ -1,0 +1,429 @@
+// Revocation lists: what loads and what is refused, whom a list answers about, the look-up,
+// memory that runs short, and a signature that OpenSSL made.
+#include "corvid/crl.h"
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/rsa.h>
+#include <openssl/x509.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "corvid/codec.h"
+#include "corvid/csp.h"
+#include "support/support.h"
+
+namespace {
+int g_taken = 0;     // blocks taken since a test began to count
+int g_live = 0;      // blocks not released
+int g_failing = -1;  // the number of the block that is not given
+bool Fails() { return g_taken++ == g_failing; }
+void* Given(void* block) { return ++g_live, block; }
+}  // namespace
+
+// The allocator of the toolkit in this program: counts, and fails when it is told to.
+void* CVD_malloc(size_t size) { return Fails() ? nullptr : Given(std::malloc(size)); }
+void* CVD_calloc(size_t count, size_t size) {
+  return Fails() ? nullptr : Given(std::calloc(count, size));
+}
+void CVD_free(void* block) {
+  if (block != nullptr) --g_live;
+  std::free(block);
+}
+
+namespace corvid::test {
+namespace {
+
+constexpr uint32_t kBadList = CVD_CRL_ERR_BAD_LIST;
+constexpr uint32_t kBadEntry = CVD_CRL_ERR_BAD_ENTRY;
+constexpr uint32_t kIssuer = CVD_CRL_ERR_ISSUER;
+constexpr uint32_t kScope = CVD_CRL_ERR_SCOPE;
+
+Octets CommonName(std::string_view text) { return Name({{"2.5.4.3", Der(0x0C, text)}}); }
+
+// A SEQUENCE of the parts; without parts, nothing.
+Octets ListOf(const std::vector<Octets>& parts) {
+  Octets all;
+  for (const Octets& part : parts) all = Join({all, part});
+  return parts.empty() ? all : Der(0x30, all);
+}
+
+struct ListParts {
+  Octets version = Hex("020101");
+  std::string inner = "1.2.840.113549.1.1.11";
+  std::string outer = "1.2.840.113549.1.1.11";
+  Octets next_update = {};
+  std::vector<Octets> entries = {};     // none: the field is left out
+  std::vector<Octets> extensions = {};  // the same
+  EVP_PKEY* key = nullptr;              // none: the signature is three octets
+};
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+// A BIT STRING with the SHA-256 signature.
+Octets Sign(const Octets& data, EVP_PKEY* key) {
+  if (key == nullptr) return Hex("0304 00A1B2C3");
+  Octets signature(static_cast<size_t>(EVP_PKEY_get_size(key)));
+  size_t length = signature.size();
+  EVP_MD_CTX* context = EVP_MD_CTX_new();
+  EXPECT_EQ(EVP_DigestSignInit(context, nullptr, EVP_sha256(), nullptr, key), 1);
+  EXPECT_EQ(EVP_DigestSign(context, signature.data(), &length, data.data(), data.size()), 1);
+  EVP_MD_CTX_free(context);
+  return Der(0x03, Join({Hex("00"), signature}));
+}
+
+Octets MakeList(const ListParts& parts) {
+  const Octets extensions = ListOf(parts.extensions);
+  const Octets tbs =
+      Sequence({parts.version, Sequence({Oid(parts.inner), Hex("0500")}), CommonName("Issuer"),
+                Der(0x17, "260101000000Z"), parts.next_update, ListOf(parts.entries),
+                extensions.empty() ? extensions : Der(0xA0, extensions)});
+  return Sequence({tbs, Sequence({Oid(parts.outer), Hex("0500")}), Sign(tbs, parts.key)});
+}
+
+const Octets kDate = Der(0x17, "260115000000Z");
+
+Octets Entry(std::string_view serial, const std::vector<Octets>& extensions = {}) {
+  return Sequence({Der(0x02, Hex(serial)), kDate, ListOf(extensions)});
+}
+
+Octets Reason(uint8_t reason) { return Extension("2.5.29.21", Der(0x0A, Octets{reason})); }
+Octets Directory(std::string_view name) { return Der(0xA4, CommonName(name)); }
+Octets EntryIssuer(std::string_view name) {
+  return Extension("2.5.29.29", Der(0x30, Directory(name)), true);
+}
+Octets Idp(const Octets& content) { return Extension("2.5.29.28", Der(0x30, content), true); }
+Octets Unknown(bool critical) { return Extension("1.2.3", Hex("0500"), critical); }
+const Octets kIndirect = Hex("8401FF");
+
+Octets Pem(const Octets& der, const std::string& label = "X509 CRL") {
+  const Input input(der);
+  char* text = nullptr;
+  EXPECT_EQ(CVD_BinToBase64(input.bin(), &text), 0u);
+  const std::string pem = "Issuer: CN = Issuer\n-----BEGIN " + label + "-----\r\n" + text +
+                          "\r\n-----END " + label + "-----\n";
+  CVD_free(text);
+  return OctetsOf(pem);
+}
+
+struct Loaded {
+  explicit Loaded(const Octets& encoding) {
+    const Input input(encoding);
+    status = CVD_CRL_Load(&crl, input.bin());
+  }
+  Loaded(const Loaded&) = delete;
+  Loaded& operator=(const Loaded&) = delete;
+  ~Loaded() { CVD_CRL_Free(crl); }
+  uint32_t Ask(const CertificateParts& parts) const {
+    const Certificate certificate(MakeCertificate(parts));
+    EXPECT_EQ(certificate.status, 0u);
+    return CVD_IsCertRevoked(nullptr, crl, certificate.get());
+  }
+
+  CVD_CRL* crl = nullptr;
+  uint32_t status;
+};
+
+// ---- loading -------------------------------------------------------------------------------
+
+TEST(CrlLoad, ReadsListsInBothEncodings) {
+  const Octets late = Der(0x18, "20500101000000Z");
+  const Octets ignored = Unknown(false);
+  const struct {
+    const char* name;
+    Octets encoding;
+    uint32_t count;
+    int64_t next_update = -1;
+  } rows[] = {
+      {"Version1", MakeList({.version = {}, .entries = {Entry("01")}}), 1},
+      {"WithoutEntries", MakeList({.next_update = late}), 0, 2524608000},
+      {"EmptyEntries", MakeList({.entries = {{}}}), 0},
+      {"Pem", Pem(MakeList({.entries = {Entry("01"), Entry("02", {Reason(8)})}})), 2},
+      {"Unknown", MakeList({.entries = {Entry("01", {ignored})}, .extensions = {ignored}}), 1},
+      {"OwnIssuerInEntry", MakeList({.entries = {Entry("01", {EntryIssuer("ISSUER")})}}), 1},
+      {"GeneralizedTime", MakeList({.entries = {Sequence({Hex("020101"), late})}}), 1},
+  };
+  for (const auto& row : rows) {
+    const Loaded list(row.encoding);
+    ASSERT_EQ(list.status, 0u) << row.name;
+    CVD_CRLInfo info;
+    ASSERT_EQ(CVD_CRL_GetInfo(list.crl, &info), 0u);
+    EXPECT_EQ(info.thisUpdate, 1767225600) << row.name;
+    EXPECT_EQ(info.nextUpdate, row.next_update) << row.name;
+    EXPECT_EQ(info.count, row.count) << row.name;
+    const Certificate issued(MakeCertificate({}));
+    EXPECT_EQ(CVD_ASN_CmpName(info.issuer, &issued->tbsCertificate.issuer), 0) << row.name;
+  }
+}
+
+TEST(CrlLoad, RefusesWhatItDoesNotUnderstand) {
+  const Octets good = MakeList({});
+  const Octets pem = Pem(good);
+  const auto with_issuer = [](std::string_view names) {
+    return MakeList({.entries = {Entry("02", {Extension("2.5.29.29", Hex(names))})},
+                     .extensions = {Idp(kIndirect)}});
+  };
+  const auto with_entry = [](const Octets& entry) {
+    return MakeList({.entries = {Entry("01"), entry}, .extensions = {Idp(kIndirect)}});
+  };
+  const auto with_date = [&](std::string_view date) {
+    return with_entry(Sequence({Hex("020101"), Der(0x17, date)}));
+  };
+  const auto with_extension = [](const Octets& extension) {
+    return MakeList({.extensions = {extension}});
+  };
+  const struct {
+    const char* name;
+    Octets encoding;
+    uint32_t status;
+  } rows[] = {
+      {"Nothing", {}, kBadList},
+      {"NoText", OctetsOf("no list"), kBadList},
+      {"OtherLabel", Pem(good, "CERTIFICATE"), kBadList},
+      {"WithoutEnd", Octets(pem.begin(), pem.end() - 23), kBadList},
+      {"NoBase64", OctetsOf("-----BEGIN X509 CRL-----\n*\n-----END X509 CRL-----"), kBadList},
+      {"Trailing", Join({good, Hex("00")}), kBadList},
+      {"Version3", MakeList({.version = Hex("020102")}), kBadList},
+      {"EntryNoSequence", with_entry(Hex("3103020101")), kBadEntry},
+      {"SerialPadded", with_entry(Entry("0001")), kBadEntry},
+      {"SerialEmpty", with_entry(Entry("")), kBadEntry},
+      {"WithoutDate", with_entry(Hex("3003020101")), kBadEntry},
+      {"NoSuchMonth", with_date("261301000000Z"), kBadEntry},
+      {"NoSuchDay", with_date("260230000000Z"), kBadEntry},
+      {"NoDigit", with_date("26010100000/Z"), kBadEntry},
+      {"NoDigitBefore", with_date("2601010000/9Z"), kBadEntry},
+      {"TrailingInEntry", with_entry(Sequence({Hex("020101"), kDate, Hex("0500")})), kBadEntry},
+      {"ReasonTwice", with_entry(Entry("02", {Reason(8), Reason(1)})), kBadEntry},
+      {"ReasonWide", with_entry(Entry("02", {Extension("2.5.29.21", Hex("0A020801"))})), kBadEntry},
+      {"IssuerTwice", with_entry(Entry("02", {EntryIssuer("A"), EntryIssuer("A")})), kBadEntry},
+      {"IssuerMalformed", with_issuer("3000AA"), kBadEntry},
+      {"IssuerNamesNobody", with_issuer("3003860161"), kBadEntry},
+      {"IssuerInDirectList", MakeList({.entries = {Entry("02", {EntryIssuer("A")})}}), kBadEntry},
+      {"CriticalInEntry", with_entry(Entry("02", {Unknown(true)})), CVD_CRL_ERR_EXTENSION},
+      {"Critical", with_extension(Unknown(true)), CVD_CRL_ERR_EXTENSION},
+      {"Delta", with_extension(Extension("2.5.29.27", Hex("020101"))), CVD_CRL_ERR_DELTA},
+      {"SomeReasons", with_extension(Idp(Hex("83020640"))), CVD_CRL_ERR_REASONS},
+      {"PointEmpty", with_extension(Idp({})), kBadList},
+      {"PointOfTwoKinds", with_extension(Idp(Hex("8101FF 8201FF"))), kBadList},
+      {"PointMalformed", with_extension(Idp(Hex("810101"))), kBadList},
+      {"PointTwice", with_extension(Join({Idp(kIndirect), Idp(kIndirect)})), kBadList},
+  };
+  for (const auto& row : rows) {
+    const int live = g_live;
+    const Loaded list(row.encoding);
+    EXPECT_EQ(list.status, row.status) << row.name;
+    EXPECT_EQ(list.crl, nullptr) << row.name;
+    EXPECT_EQ(g_live, live) << row.name;
+  }
+}
+
+const std::vector<Octets> kIndirectEntries = {Entry("01"),
+                                              Entry("02", {EntryIssuer("B")}),
+                                              Entry("03"),
+                                              Entry("04", {EntryIssuer("C"), Reason(8)}),
+                                              Entry("05", {Reason(1)}),
+                                              Entry("02", {EntryIssuer("C")}),
+                                              Entry("06", {EntryIssuer("B")}),
+                                              Entry("07", {EntryIssuer("Issuer")})};
+
+TEST(CrlLoad, KeepsNothingWhenMemoryRunsShort) {
+  const Octets pem = Pem(MakeList({.entries = kIndirectEntries, .extensions = {Idp(kIndirect)}}));
+  const Input input(pem);
+  const int live = g_live;
+  uint32_t status = CVD_CRL_ERR_MALLOC;
+  int failing = 0;
+  for (; status == CVD_CRL_ERR_MALLOC; ++failing) {
+    CVD_CRL* crl = nullptr;
+    g_taken = 0;
+    g_failing = failing;
+    status = CVD_CRL_Load(&crl, input.bin());
+    g_failing = -1;
+    EXPECT_EQ(crl == nullptr, status != 0);
+    CVD_CRL_Free(crl);
+    EXPECT_EQ(g_live, live) << failing;
+  }
+  EXPECT_EQ(status, 0u);
+  EXPECT_GT(failing, 10);
+}
+
+// ---- looking up ----------------------------------------------------------------------------
+
+TEST(CrlLookUp, ComparesWholeSerialNumbers) {
+  // Of the first three the last eight octets are alike, of which the index makes its keys.
+  const std::vector<std::string> revoked = {"7F0000000000000000000000AABBCCDDEEFF0011",
+                                            "7F0000000000000000000001AABBCCDDEEFF0011",
+                                            "AABBCCDDEEFF0011",
+                                            "FF7F",
+                                            "00FF",
+                                            std::string(400, '5'),
+                                            "06"};
+  const std::vector<std::string> others = {"7F0000000000000000000002AABBCCDDEEFF0011",
+                                           "00AABBCCDDEEFF0011",
+                                           "7F",
+                                           "FF",
+                                           std::string(398, '5'),
+                                           "05"};
+  ListParts parts{.entries = {Entry("05", {Reason(8)}), Entry("06", {Reason(8)})}};
+  for (const std::string& serial : revoked) parts.entries.push_back(Entry(serial, {Reason(6)}));
+  const Loaded list(MakeList(parts));
+  ASSERT_EQ(list.status, 0u);
+  for (const std::string& serial : revoked) EXPECT_EQ(list.Ask({.serial = Hex(serial)}), 1u);
+  for (const std::string& serial : others) EXPECT_EQ(list.Ask({.serial = Hex(serial)}), 0u);
+  EXPECT_EQ(list.Ask({.serial = Hex("06"), .issuer = CommonName("B")}), kIssuer);
+}
+
+Octets Points(const std::vector<Octets>& points) {
+  std::vector<Octets> elements;
+  for (const Octets& point : points) elements.push_back(Der(0x30, point));
+  return Extension("2.5.29.31", ListOf(elements));
+}
+Octets FullName(const Octets& names) { return Der(0xA0, Der(0xA0, names)); }
+Octets Relative(std::string_view name) {
+  return Der(0xA0, Sequence({Sequence({Oid("2.5.4.3"), Der(0x13, name)})}, 0xA1));
+}
+Octets Uri(std::string_view uri) { return Der(0x86, uri); }
+Octets CrlIssuer(std::string_view name) { return Der(0xA2, Directory(name)); }
+
+TEST(CrlLookUp, IndirectListsSpeakOfTheIssuersOfTheirEntries) {
+  const Loaded list(MakeList({.entries = kIndirectEntries, .extensions = {Idp(kIndirect)}}));
+  ASSERT_EQ(list.status, 0u);
+  const struct {
+    const char* issuer;
+    const char* revoked;
+  } rows[] = {{"issuer", "01 07 "}, {"b ", "02 03 06 "}, {"C", "02 05 "}};
+  for (const auto& row : rows) {
+    std::string revoked;
+    for (const std::string serial : {"01", "02", "03", "04", "05", "06", "07", "08"}) {
+      const uint32_t answer = list.Ask({.serial = Hex(serial), .issuer = CommonName(row.issuer)});
+      if (answer != 0) revoked += serial + (answer == 1 ? " " : "? ");
+    }
+    EXPECT_EQ(revoked, row.revoked) << row.issuer;
+  }
+  const Octets other = CommonName("D");
+  const Octets served = Points({FullName(Uri("u")), CrlIssuer("issuer")});
+  const Octets not_served = Points({CrlIssuer("B"), FullName(Uri("u"))});
+  EXPECT_EQ(list.Ask({.issuer = other}), kIssuer);
+  EXPECT_EQ(list.Ask({.issuer = other, .extensions = {not_served}}), kIssuer);
+  EXPECT_EQ(list.Ask({.issuer = other, .extensions = {served}}), 0u);
+}
+
+TEST(CrlLookUp, LeavesOutWhatTheListDoesNotCover) {
+  const Octets users = Hex("8101FF");
+  const Octets authorities = Hex("8201FF");
+  const auto constraints = [](std::string_view value) {
+    return Extension("2.5.29.19", Hex(value));
+  };
+  const Octets ca = constraints("30060101FF020100");
+  const Octets uri = FullName(Join({Uri("ldap://a"), Uri("http://a/1")}));
+  const Octets directory = FullName(Directory("Point"));
+  const Octets below_issuer =
+      Name({{"2.5.4.3", Der(0x0C, "Issuer")}, {"2.5.4.3", Der(0x0C, "Point")}});
+  const Octets below = FullName(Der(0xA4, below_issuer));
+  const struct {
+    const char* name;
+    Octets idp;
+    std::vector<Octets> extensions;
+    uint32_t answer;
+  } rows[] = {
+      {"UsersCa", users, {ca}, kScope},
+      {"UsersUser", users, {}, 1},
+      {"UsersNoCa", users, {constraints("3003020101")}, 1},
+      {"UsersNoCaWritten", users, {constraints("3003010100")}, 1},
+      {"UsersMalformed", users, {constraints("3003020101AA")}, kScope},
+      {"AuthoritiesCa", authorities, {ca}, 1},
+      {"AuthoritiesUser", authorities, {constraints("3000")}, kScope},
+      {"Attributes", Hex("8501FF"), {}, kScope},
+      {"UriSecond", uri, {Points({FullName(Uri("x")), FullName(Uri("http://a/1"))})}, 1},
+      {"UriPrefix", uri, {Points({FullName(Uri("http://a/"))})}, kScope},
+      {"UriWithoutPoints", uri, {}, kScope},
+      {"UriAndKind", Join({uri, users}), {ca, Points({FullName(Uri("ldap://a"))})}, kScope},
+      {"UriOfOtherIssuer", uri, {Points({Join({uri, CrlIssuer("B")})})}, kScope},
+      {"UriBesideReasons", uri, {Points({Join({uri, Hex("81020640"), CrlIssuer("Issuer")})})}, 1},
+      {"PointsInSet", uri, {Extension("2.5.29.31", Der(0x31, Der(0x30, uri)))}, kScope},
+      {"Directory", directory, {Points({FullName(Directory("POINT"))})}, 1},
+      {"DirectoryOther", directory, {Points({FullName(Directory("Points"))})}, kScope},
+      {"DirectoryOfIssuer", directory, {Points({CrlIssuer("Point")})}, kScope},
+      {"NameOfIssuer", FullName(Directory("Issuer")), {Points({CrlIssuer("Issuer")})}, 1},
+      {"RelativeBoth", Relative("Point"), {Points({Relative("point")})}, 1},
+      {"RelativeOther", Relative("Point"), {Points({Relative("Other")})}, kScope},
+      {"RelativeToFull", Relative("Point"), {Points({below})}, 1},
+      {"FullToRelative", below, {Points({Relative("Point")})}, 1},
+      {"RelativeAlone", directory, {Points({Relative("Point")})}, kScope},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const Loaded list(MakeList({.entries = {Entry("0102")}, .extensions = {Idp(row.idp)}}));
+    ASSERT_EQ(list.status, 0u);
+    const Certificate certificate(MakeCertificate({.extensions = row.extensions}));
+    g_taken = 0;
+    EXPECT_EQ(CVD_IsCertRevoked(nullptr, list.crl, certificate.get()), row.answer);
+    EXPECT_EQ(g_taken, 0) << "allocated";
+  }
+}
+
+// ---- the signature -------------------------------------------------------------------------
+
+Octets PublicKeyInfo(EVP_PKEY* key) {
+  Octets der(static_cast<size_t>(i2d_PUBKEY(key, nullptr)));
+  uint8_t* out = der.data();
+  i2d_PUBKEY(key, &out);
+  return der;
+}
+
+TEST(CrlSignature, VerifiesWithTheIssuersKeyAlone) {
+  constexpr uint32_t kSignature = CVD_CRL_ERR_SIGNATURE;
+  constexpr uint32_t kAlgorithm = CVD_CRL_ERR_ALGORITHM;
+  const Key key(EVP_RSA_gen(2048), EVP_PKEY_free);
+  const Key other_key(EVP_RSA_gen(2048), EVP_PKEY_free);
+  const Octets list = MakeList({.entries = kIndirectEntries,
+                                .extensions = {Unknown(false), Idp(kIndirect)},
+                                .key = key.get()});
+  const Octets own = CommonName("ISSUER");
+  const Octets spki = PublicKeyInfo(key.get());
+  const Octets other = PublicKeyInfo(other_key.get());
+  const Octets may_sign = Extension("2.5.29.15", Hex("03020102"));
+  const Octets may_not = Extension("2.5.29.15", Hex("03020204"));
+  const struct {
+    const char* name;
+    Octets list;
+    CertificateParts issuer;
+    uint32_t status;
+  } rows[] = {
+      {"Good", list, {.subject = own, .spki = spki}, 0},
+      {"MaySign", list, {.subject = own, .spki = spki, .extensions = {may_sign}}, 0},
+      {"MayNot", list, {.subject = own, .spki = spki, .extensions = {may_not}}, kSignature},
+      {"OtherKey", list, {.subject = own, .spki = other}, kSignature},
+      {"OtherSubject", list, {.subject = CommonName("B"), .spki = spki}, kIssuer},
+      {"NoSignature", MakeList({}), {.subject = own}, CVD_CSP_ERR_BAD_SIGNATURE},
+      {"TwoAlgorithms", MakeList({.inner = "1.2.3"}), {.subject = own}, kAlgorithm},
+      {"Unknown", MakeList({.inner = "1.2.3", .outer = "1.2.3"}), {.subject = own}, kAlgorithm},
+  };
+  for (const auto& row : rows) {
+    const Loaded loaded(row.list);
+    const Certificate issuer(MakeCertificate(row.issuer));
+    ASSERT_EQ(loaded.status, 0u) << row.name;
+    EXPECT_EQ(CVD_CRL_VerifySignature(loaded.crl, issuer.get()), row.status) << row.name;
+  }
+}
+
+TEST(Crl, RefusesNull) {
+  constexpr uint32_t kInvalid = CVD_CRL_ERR_INVALID_INPUT;
+  const BIN dataless{1, nullptr};
+  CVD_CRL* crl = nullptr;
+  CVD_CRLInfo info;
+  const Loaded list(MakeList({}));
+  const Certificate certificate(MakeCertificate({}));
+  EXPECT_EQ(CVD_CRL_Load(&crl, nullptr), kInvalid);
+  EXPECT_EQ(CVD_CRL_Load(&crl, &dataless), kInvalid);
+  EXPECT_EQ(CVD_CRL_Load(nullptr, Input("3000").bin()), kInvalid);
+  EXPECT_EQ(CVD_CRL_GetInfo(nullptr, &info), kInvalid);
+  EXPECT_EQ(CVD_CRL_GetInfo(list.crl, nullptr), kInvalid);
+  EXPECT_EQ(CVD_CRL_VerifySignature(nullptr, certificate.get()), kInvalid);
+  EXPECT_EQ(CVD_CRL_VerifySignature(list.crl, nullptr), kInvalid);
+  EXPECT_EQ(CVD_IsCertRevoked(nullptr, nullptr, certificate.get()), kInvalid);
+  EXPECT_EQ(CVD_IsCertRevoked(nullptr, list.crl, nullptr), kInvalid);
+}
+
+}  // namespace
+}  // namespace corvid::test

@@ -1,0 +1,170 @@
+#include "support/support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+#include "corvid/codec.h"
+
+namespace corvid::test {
+
+Octets Hex(std::string_view text) {
+  const auto digit = [](char c) {
+    return static_cast<uint8_t>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
+  };
+  Octets octets;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == ' ') continue;
+    octets.push_back(static_cast<uint8_t>(digit(text[i]) << 4 | digit(text[i + 1])));
+    ++i;
+  }
+  return octets;
+}
+
+std::string ToHex(const Octets& octets) {
+  std::string text;
+  for (const uint8_t octet : octets) {
+    text += "0123456789abcdef"[octet >> 4];
+    text += "0123456789abcdef"[octet & 15];
+  }
+  return text;
+}
+
+Octets OctetsOf(std::string_view text) { return {text.begin(), text.end()}; }
+
+Octets OctetsOf(const BIN& bin) { return {bin.data, bin.data + bin.length}; }
+
+Octets ReadFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_TRUE(in) << path;
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+Input::Input(const Octets& octets)
+    : bin_{static_cast<int32_t>(octets.size()), new uint8_t[octets.size()]} {
+  std::copy(octets.begin(), octets.end(), bin_.data);
+}
+
+Octets Der(uint8_t tag, const Octets& content) {
+  Octets der{tag};
+  if (content.size() < 0x80) {
+    der.push_back(static_cast<uint8_t>(content.size()));
+  } else {
+    Octets length;
+    for (size_t rest = content.size(); rest != 0; rest >>= 8) {
+      length.insert(length.begin(), static_cast<uint8_t>(rest));
+    }
+    der.push_back(static_cast<uint8_t>(0x80 | length.size()));
+    der.insert(der.end(), length.begin(), length.end());
+  }
+  der.insert(der.end(), content.begin(), content.end());
+  return der;
+}
+
+Octets Der(uint8_t tag, std::string_view content) { return Der(tag, OctetsOf(content)); }
+
+Octets Join(std::initializer_list<Octets> parts) {
+  Octets all;
+  for (const Octets& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+Octets Sequence(std::initializer_list<Octets> parts, uint8_t tag) { return Der(tag, Join(parts)); }
+
+Octets Oid(const std::string& dotted) {
+  CVD_OID oid{0, nullptr};
+  EXPECT_EQ(CVD_ASN_DotVal2OID(&oid, dotted.c_str()), 0u) << dotted;
+  const Octets der = Der(0x06, Octets(oid.data, oid.data + oid.length));
+  CVD_ASN_ResetOID(&oid);
+  return der;
+}
+
+Octets Name(const std::vector<Attribute>& attributes) {
+  Octets rdns;
+  for (const Attribute& attribute : attributes) {
+    const Octets rdn = Sequence({Sequence({Oid(attribute.type), attribute.value})}, 0x31);
+    rdns.insert(rdns.end(), rdn.begin(), rdn.end());
+  }
+  return Der(0x30, rdns);
+}
+
+Octets Extension(const std::string& oid, const Octets& value, bool critical) {
+  return Sequence({Oid(oid), critical ? Hex("0101FF") : Octets{}, Der(0x04, value)});
+}
+
+Octets MakeCertificate(const CertificateParts& parts) {
+  const Octets algorithm = Sequence({Oid(parts.signature_oid), Hex("0500")});
+  Octets spki = parts.spki;
+  if (spki.empty()) {
+    Octets modulus(64, 0xA5);
+    const Octets key = Sequence({Der(0x02, Join({Hex("00"), modulus})), Hex("0203010001")});
+    spki = Sequence(
+        {Sequence({Oid("1.2.840.113549.1.1.1"), Hex("0500")}), Der(0x03, Join({Hex("00"), key}))});
+  }
+  Octets extensions;
+  for (const Octets& extension : parts.extensions) {
+    extensions.insert(extensions.end(), extension.begin(), extension.end());
+  }
+  if (!parts.extensions.empty()) extensions = Der(0xA3, Der(0x30, extensions));
+  const Octets tbs =
+      Sequence({parts.version, Der(0x02, parts.serial), algorithm, parts.issuer,
+                Sequence({parts.not_before, parts.not_after}), parts.subject, spki, extensions});
+  return Sequence({tbs, algorithm, parts.signature});
+}
+
+static std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> files;
+  if (!std::filesystem::is_directory(folder)) return files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.is_regular_file()) files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::vector<std::filesystem::path> DebianRoots() {
+  return FilesBelow("/usr/share/ca-certificates/mozilla");
+}
+
+std::vector<std::filesystem::path> CorpusFiles(const std::string& folder) {
+  return FilesBelow(std::filesystem::path(CORVID_CORPUS_DIR) / folder);
+}
+
+Octets ReadCertificate(const std::filesystem::path& path) {
+  const Octets file = ReadFile(path);
+  const std::string text(file.begin(), file.end());
+  const size_t begin = text.find("-----BEGIN CERTIFICATE-----");
+  if (begin == std::string::npos) return file;
+  const size_t body = text.find('\n', begin);
+  const std::string base64 = text.substr(body, text.find("-----END", body) - body);
+  Output der;
+  EXPECT_EQ(CVD_Base64ToBin(base64.c_str(), &der), 0u) << path;
+  return der.octets();
+}
+
+std::string TakeTrace() {
+  std::string text;
+  for (uint32_t i = 0; i < CVD_Trace_Count(); ++i) {
+    CVD_TraceEntry entry;
+    EXPECT_EQ(CVD_Trace_Get(i, &entry), 0u);
+    text += entry.function;
+    text += ' ' + std::to_string(entry.code) + '\n';
+  }
+  CVD_Trace_Clear();
+  return text;
+}
+
+Options::Options(const char* locale, const char* dncase)
+    : locale_(CVD_PKC_GetOption("locale")), dncase_(CVD_PKC_GetOption("dncase")) {
+  EXPECT_EQ(CVD_SetLocalePKC(locale), 0);
+  EXPECT_EQ(CVD_PKC_SetOption("dncase", dncase), 0);
+}
+
+Options::~Options() {
+  CVD_SetLocalePKC(locale_.c_str());
+  CVD_PKC_SetOption("dncase", dncase_.c_str());
+}
+
+}  // namespace corvid::test
