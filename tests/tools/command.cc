@@ -1,0 +1,74 @@
+// Running the command with files as its standard streams, so that nothing can wait for anything.
+#include "command.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "corvid/codec.h"
+
+namespace corvid::test {
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = std::filesystem::temp_directory_path() / "pkc_test_XXXXXX";
+  path_ = mkdtemp(pattern.data());
+}
+
+TemporaryFolder::~TemporaryFolder() { std::filesystem::remove_all(path_); }
+
+std::string TemporaryFolder::Write(const std::string& name, const std::string& content) const {
+  std::filesystem::create_directories((path_ / name).parent_path());
+  std::ofstream(path_ / name, std::ios::binary) << content;
+  return path_ / name;
+}
+
+Result RunCommand(const std::vector<std::string>& arguments, const std::string& input,
+                  const std::string& output) {
+  const TemporaryFolder folder;
+  const std::string in = folder.Write("in", input);
+  const std::string out = output.empty() ? folder.Path("out") : output;
+  const std::string err = folder.Path("err");
+  std::vector<char*> argv{const_cast<char*>("pkc")};
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(open(in.c_str(), O_RDONLY), STDIN_FILENO);
+    dup2(open(err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
+    if (output == "closed") {
+      close(STDOUT_FILENO);
+    } else {
+      dup2(open(out.c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
+    }
+    execv(CORVID_COMMAND, argv.data());
+    _exit(127);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  const auto read = [](const std::string& path) {
+    return std::filesystem::is_regular_file(path) ? StringOf(ReadFile(path)) : std::string();
+  };
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), read(out), read(err)};
+}
+
+std::string StringOf(const Octets& octets) { return {octets.begin(), octets.end()}; }
+
+std::string Base64(const Octets& octets) {
+  const Input input(octets);
+  char* text = nullptr;
+  EXPECT_EQ(CVD_BinToBase64(input.bin(), &text), 0u);
+  std::string base64 = text;
+  CVD_free(text);
+  return base64;
+}
+
+std::string Pem(const Octets& octets, const std::string& label) {
+  std::string pem = "-----BEGIN " + label + "-----\n";
+  const std::string base64 = Base64(octets);
+  for (size_t at = 0; at < base64.size(); at += 64) pem += base64.substr(at, 64) + '\n';
+  return pem + "-----END " + label + "-----\n";
+}
+
+}  // namespace corvid::test

@@ -1,0 +1,40 @@
+// Text of unknown origin made safe to show: always valid UTF-8, nothing that moves a terminal.
+//
+// Octets that are no UTF-8 become \xHH; in text, control characters become \xHH (below 80) or
+// \u{HHHH}, and so do the characters that reorder or break a line.
+#ifndef CORVID_TOOLS_PKC_ESCAPE_H_
+#define CORVID_TOOLS_PKC_ESCAPE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "corvid/pkc.hpp"
+
+namespace corvid::tool {
+
+// How a text treats the backslash: one of unknown origin doubles it, so that an escape cannot be
+// feigned; one that a renderer made has escapes of its own.
+enum class Backslash { kDouble, kKeep };
+
+struct Character {
+  uint32_t code;
+  size_t size;  // octets; 0 when no character begins here (RFC 3629)
+};
+Character ReadCharacter(std::string_view text, size_t at);
+
+void AppendUtf8(uint32_t code, std::string* out);
+void AppendHex(pkc::Octets octets, std::string* out);
+// \u{HHHH}
+void AppendCodeEscape(uint32_t code, std::string* out);
+
+void AppendSafeText(std::string_view octets, Backslash backslash, std::string* out);
+// A JSON string with its quotes. Control and reordering characters become \uHHHH. Octets that are
+// no UTF-8 become the text \xHH; a text that holds \x and two hexadecimal digits, either way, has
+// its own backslashes doubled, so that both kinds stay apart.
+void AppendJsonString(std::string_view octets, Backslash backslash, std::string* out);
+
+}  // namespace corvid::tool
+
+#endif  // CORVID_TOOLS_PKC_ESCAPE_H_
