@@ -1,0 +1,29 @@
+// Counts the heap blocks that the program asks for, of every library in it.
+#include <atomic>
+#include <cstddef>
+
+#include "bench/bench.h"
+
+static std::atomic<size_t> g_allocations;
+
+// glibc's own allocator under the names that it keeps for programs that replace malloc.
+extern "C" {
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* block, size_t size);
+
+void* malloc(size_t size) {
+  g_allocations.fetch_add(1, std::memory_order_relaxed);
+  return __libc_malloc(size);
+}
+void* calloc(size_t count, size_t size) {
+  g_allocations.fetch_add(1, std::memory_order_relaxed);
+  return __libc_calloc(count, size);
+}
+void* realloc(void* block, size_t size) {
+  g_allocations.fetch_add(1, std::memory_order_relaxed);
+  return __libc_realloc(block, size);
+}
+}
+
+size_t corvid::bench::Allocations() { return g_allocations.load(std::memory_order_relaxed); }
