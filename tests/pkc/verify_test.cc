@@ -1,6 +1,8 @@
 // The checks of a certificate: time, signature, revocation, CA, usage.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "corvid/crl.h"
 #include "support/support.h"
 
@@ -68,6 +70,42 @@ TEST(VerifySignature, OfRealRoots) {
     }
   }
   EXPECT_GT(verified, 90u);
+  CVD_Trace_Clear();
+}
+
+// The outer algorithm identifier is not signed; every other bit of certificate and key counts.
+TEST(VerifySignature, NoFlippedBitVerifies) {
+  const auto roots = DebianRoots();
+  const auto is_rsa = [](const std::filesystem::path& file) {
+    const Certificate root(ReadCertificate(file));
+    return CVD_PKC_ObjID_To_SignID(&root->signatureAlgorithm.algorithm) == CVD_SIGN_SHA256_RSA;
+  };
+  const auto found = std::find_if(roots.begin(), roots.end(), is_rsa);
+  ASSERT_NE(found, roots.end());
+  const Octets der = ReadCertificate(*found);
+  const Certificate root(der);
+  Output signed_part;
+  ASSERT_EQ(CVD_ASN_EncodePDU(&signed_part, root.get(), CVD_PDU_TBS_CERTIFICATE), 0u);
+  const size_t signed_end = 4 + static_cast<size_t>(signed_part.length);
+  const CVD_BitString& key = root->tbsCertificate.subjectPublicKeyInfo.subjectPublicKey;
+  const Octets key_octets(key.data, key.data + key.bits / 8);
+  const auto key_at = std::search(der.begin(), der.end(), key_octets.begin(), key_octets.end());
+  size_t decoded = 0;
+  for (size_t i = 0; i < der.size(); ++i) {
+    Octets flipped = der;
+    flipped[i] ^= static_cast<uint8_t>(1U << i % 8);
+    const Certificate changed(flipped);
+    if (changed.status != 0) continue;
+    ++decoded;
+    if (i < signed_end || i >= signed_end + 15) {
+      EXPECT_NE(CVD_PKC_VerifySignature(changed.get(), root.get()), 0u) << i;
+    }
+    const auto offset = static_cast<std::ptrdiff_t>(i) - (key_at - der.begin());
+    if (offset >= 0 && offset < static_cast<std::ptrdiff_t>(key_octets.size())) {
+      EXPECT_NE(CVD_PKC_VerifySignature(root.get(), changed.get()), 0u) << "key octet " << offset;
+    }
+  }
+  EXPECT_GT(decoded, der.size() / 2);
   CVD_Trace_Clear();
 }
 
