@@ -10,26 +10,17 @@
 #include <span>
 #include <string_view>
 
+#include "corvid/algorithm_rows.hpp"
 #include "corvid/asn.h"
 #include "corvid/common.h"
+#include "corvid/holders.hpp"
 #include "corvid/oid_octets.hpp"
 #include "corvid/pkc.h"
 
 namespace corvid {
 
-using Bytes = std::span<const uint8_t>;
-
-inline Bytes View(const BIN& bin) {
-  return {bin.data, bin.data != nullptr && bin.length > 0 ? static_cast<size_t>(bin.length) : 0};
-}
-
 // The octets of a BIT STRING that are whole.
 inline Bytes WholeOctets(const CVD_BitString& bits) { return {bits.data, bits.bits / 8}; }
-
-// A BIN over octets that somebody else owns; a service reads it and does not change it.
-inline BIN Borrow(Bytes octets) {
-  return {static_cast<int32_t>(octets.size()), const_cast<uint8_t*>(octets.data())};
-}
 
 // ---- the traced return ---------------------------------------------------------------------
 
@@ -51,46 +42,7 @@ inline constexpr uint32_t kRefused = static_cast<uint32_t>(-1);
 
 // ---- holders -------------------------------------------------------------------------------
 
-// Owns a decoded record of the PDU type `kPdu` and frees it as a whole.
-template <typename Record, int32_t kPdu>
-class Decoded {
- public:
-  Decoded() = default;
-  Decoded(const Decoded&) = delete;
-  Decoded& operator=(const Decoded&) = delete;
-  ~Decoded() {
-    if (record_ != nullptr) CVD_ASN_FreePDU(record_, kPdu);
-  }
-  // Decodes once; the status is the service's.
-  [[nodiscard]] uint32_t Decode(const BIN& der) { return CVD_ASN_DecodePDU(&record_, &der, kPdu); }
-  const Record* get() const { return static_cast<const Record*>(record_); }
-  const Record& operator*() const { return *get(); }
-  const Record* operator->() const { return get(); }
-  Record* Release() {  // hands the record over
-    auto* record = static_cast<Record*>(record_);
-    record_ = nullptr;
-    return record;
-  }
-
- private:
-  void* record_ = nullptr;
-};
-
 using DecodedCertificate = Decoded<CVD_Certificate, CVD_PDU_CERTIFICATE>;
-
-struct ScopedBin : BIN {  // a BIN that a service fills and this scope releases
-  ScopedBin() : BIN{0, nullptr} {}
-  ScopedBin(const ScopedBin&) = delete;
-  ScopedBin& operator=(const ScopedBin&) = delete;
-  ~ScopedBin() {
-    if (data != nullptr) CVD_BIN_Reset(this);
-  }
-  BIN Release() {  // hands the octets over
-    const BIN bin = *this;
-    static_cast<BIN&>(*this) = {0, nullptr};
-    return bin;
-  }
-};
 
 class ScopedText {  // a text that a service allocates and this scope frees
  public:
@@ -222,53 +174,6 @@ inline size_t WholeUtf8Length(std::string_view text) {
   const size_t octets = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC0 ? 2 : 1;
   return text.size() - lead < octets ? lead : text.size();
 }
-
-// ---- algorithms ----------------------------------------------------------------------------
-
-struct SignRow {
-  int32_t signID;
-  int32_t oid;  // the number written; its words and those of the older one are read
-  OidWords words;
-  OidWords older;  // {} when there is none: no identifier is empty
-  int32_t pkeyID;
-  int32_t hashID;
-  const char* name;
-};
-struct KeyRow {
-  int32_t pkeyID;
-  int32_t oid;
-  OidWords words;
-  OidWords older;
-  const char* name;  // "" when it is shown by its identifier
-};
-struct HashRow {
-  int32_t hashID;
-  int32_t oid;
-  OidWords words;
-  const char* name;
-};
-
-template <>
-inline constexpr OidWords kOidWords<CVD_OID_NONE>{};
-
-#define CORVID_SIGN_ROW(number, constant, id, old_id, key, hash, text) \
-  {number,                                                             \
-   CVD_OID_##id,                                                       \
-   kOidWords<CVD_OID_##id>,                                            \
-   kOidWords<CVD_OID_##old_id>,                                        \
-   CVD_PKEY_##key,                                                     \
-   CVD_HASH_##hash,                                                    \
-   text},
-#define CORVID_KEY_ROW(number, constant, id, old_id, text) \
-  {number, CVD_OID_##id, kOidWords<CVD_OID_##id>, kOidWords<CVD_OID_##old_id>, text},
-#define CORVID_HASH_ROW(number, constant, id, text) \
-  {number, CVD_OID_##id, kOidWords<CVD_OID_##id>, text},
-inline constexpr SignRow kSignRows[] = {CVD_SIGN_ALGORITHMS(CORVID_SIGN_ROW)};
-inline constexpr KeyRow kKeyRows[] = {CVD_KEY_ALGORITHMS(CORVID_KEY_ROW)};
-inline constexpr HashRow kHashRows[] = {CVD_HASH_ALGORITHMS(CORVID_HASH_ROW)};
-#undef CORVID_SIGN_ROW
-#undef CORVID_KEY_ROW
-#undef CORVID_HASH_ROW
 
 // ---- finding an extension ------------------------------------------------------------------
 

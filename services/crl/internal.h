@@ -11,52 +11,11 @@
 #include "corvid/common.h"
 #include "corvid/crl.h"
 #include "corvid/der_reader.hpp"
+#include "corvid/holders.hpp"
 #include "corvid/oid_octets.hpp"
 #include "corvid/types.h"
 
 namespace corvid {
-
-using Bytes = std::span<const uint8_t>;
-
-inline Bytes View(const BIN& bin) {
-  return {bin.data, bin.length > 0 ? static_cast<size_t>(bin.length) : 0};
-}
-
-// A BIN over octets of a list or certificate, which are fewer than 2^31; the reader of the BIN does
-// not change them.
-inline BIN Borrow(Bytes octets) {
-  return {static_cast<int32_t>(octets.size()), const_cast<uint8_t*>(octets.data())};
-}
-
-// Owns a decoded record of the PDU type `kPdu` and frees it as a whole.
-template <typename Record, int32_t kPdu>
-class Decoded {
- public:
-  Decoded() = default;
-  Decoded(const Decoded&) = delete;
-  Decoded& operator=(const Decoded&) = delete;
-  ~Decoded() {
-    if (record_ != nullptr) CVD_ASN_FreePDU(record_, kPdu);
-  }
-  // Decodes once; the status is the ASN.1 library's.
-  [[nodiscard]] uint32_t Decode(const BIN& der) { return CVD_ASN_DecodePDU(&record_, &der, kPdu); }
-  const Record* operator->() const { return static_cast<const Record*>(record_); }
-  Record* Release() {  // hands the record over
-    auto* record = static_cast<Record*>(record_);
-    record_ = nullptr;
-    return record;
-  }
-
- private:
-  void* record_ = nullptr;
-};
-
-struct ScopedBin : BIN {  // a BIN that a service fills and this scope releases
-  ScopedBin() : BIN{0, nullptr} {}
-  ScopedBin(const ScopedBin&) = delete;
-  ScopedBin& operator=(const ScopedBin&) = delete;
-  ~ScopedBin() { CVD_BIN_Reset(this); }
-};
 
 // This library's code for a decoder's failure: `bad`, but for a lack of memory.
 inline uint32_t DecodeStatus(uint32_t status, uint32_t bad) {

@@ -3,27 +3,13 @@
 #include <cstring>
 #include <iterator>
 
+#include "corvid/algorithm_rows.hpp"
 #include "corvid/csp.h"
 #include "services/crl/internal.h"
 
 namespace corvid {
 
-template <>
-inline constexpr OidWords kOidWords<CVD_OID_NONE>{};
-
 namespace {
-
-struct SignRow {
-  int32_t signID;
-  int32_t pkeyID;
-  OidWords words;
-  OidWords older;  // {} when there is none: no decoded identifier is empty
-};
-
-#define CORVID_SIGN_ROW(number, constant, id, old_id, key, hash, text) \
-  {number, CVD_PKEY_##key, kOidWords<CVD_OID_##id>, kOidWords<CVD_OID_##old_id>},
-constexpr SignRow kSignRows[] = {CVD_SIGN_ALGORITHMS(CORVID_SIGN_ROW)};
-#undef CORVID_SIGN_ROW
 
 const SignRow* SignRowOf(const CVD_OID& oid) {
   const OidWords words = WordsOf(oid);
@@ -32,17 +18,6 @@ const SignRow* SignRowOf(const CVD_OID& oid) {
   }
   return nullptr;
 }
-
-struct KeyRow {
-  int32_t pkeyID;
-  OidWords words;
-  OidWords older;
-};
-
-#define CORVID_KEY_ROW(number, constant, id, old_id, text) \
-  {number, kOidWords<CVD_OID_##id>, kOidWords<CVD_OID_##old_id>},
-constexpr KeyRow kKeyRows[] = {CVD_KEY_ALGORITHMS(CORVID_KEY_ROW)};
-#undef CORVID_KEY_ROW
 
 // Octets alone do not tell keys of one form apart: a key serves the algorithm that it is for.
 bool IsKeyOf(int32_t pkey_id, const CVD_OID& oid) {
