@@ -118,6 +118,14 @@ enum : uint8_t {
   kTagSequence = 0x30
 };
 
+// String types whose content octets are the text.
+inline bool IsCopiedType(uint8_t tag) {
+  return tag == kTagPrintableString || tag == kTagTeletexString || tag == kTagIa5String ||
+         tag == kTagVisibleString;
+}
+
+inline constexpr int32_t kValueSize = 202;  // the text of a directory string, and its terminator
+
 // ---- writing text --------------------------------------------------------------------------
 
 // A text being written into a caller's array of `capacity` bytes (at least 1), terminator included:

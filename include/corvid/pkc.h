@@ -1,4 +1,4 @@
-/* Corvid PKC: X.509 certificates as text, checked and read (RFC 5280).
+/* Corvid PKC: X.509 certificates as text, checked and issued (RFC 5280).
  *
  * Conventions, said once:
  * - A status is `uint32_t`: 0, a PKC_ERR_* code of this header, or a code of a service library that
@@ -21,6 +21,7 @@
 
 #include <time.h>
 
+#include "corvid/common.h"
 #include "corvid/crl.h"
 #include "corvid/csp.h"
 #include "corvid/records.h"
@@ -303,6 +304,26 @@ CVD_EXPORT uint32_t CVD_GetIssuerRDNFromCert(void* reserved, const CVD_Certifica
                                              char** text);
 /* The subject of a DER certificate. */
 CVD_EXPORT uint32_t CVD_ExtractDN(void* reserved, const BIN* der, char** text);
+
+/* Reads a name from text, the form that CVD_ExtractRDN writes: "cn=Doe\, John,o=Org,c=KR" makes the
+ * RDNs C, O, CN in this order. Labels (E O L S C T CN OU ID DC DNQUALIFIER) in any case; blanks
+ * around labels and values, and a missing "=", are forgiven; a backslash stands before each of
+ * ",=+<>\" or before two hexadecimal digits of an octet; a ";" cannot be written, nor a "+" in a
+ * value. O, T, CN and OU hold up to 64 characters, L and S 128, as UTF8String; C two octets and
+ * DNQUALIFIER any number as PrintableString, E up to 128 octets (cut there), ID and DC any number
+ * as IA5String, all five as passed. A component (all attributes of one RDN) has at most 401 octets.
+ * The name is released with CVD_NameFree; after a failure it is empty. PKC_ERR_BAD_RDN for a text
+ * of another form, PKC_ERR_MALLOC (PKC_ERR_INVALID_INPUT for a second attribute of an RDN), or the
+ * code of the conversion or of the encoder. */
+CVD_EXPORT uint32_t CVD_ImplementRDN(void* reserved, CVD_Name* name, const char* text);
+/* Reads one attribute ("cn = Doe\, John", at most 401 octets) and adds its label and its value,
+ * terminated and without escapes, at the heads of two lists, which the caller releases with
+ * CVD_BIN_LIST_Free. PKC_ERR_BAD_RDN, also for a null list; PKC_ERR_MALLOC. The lists are then as
+ * they were. Traces nothing. */
+CVD_EXPORT uint32_t CVD_GetAttrTypeAndValue(const char* text, int32_t length, CVD_BIN_LIST** types,
+                                            CVD_BIN_LIST** values);
+/* Releases the RDNs of a name that CVD_ImplementRDN made, and empties it; null is ignored. */
+CVD_EXPORT void CVD_NameFree(CVD_Name* name);
 
 /* ---- extensions -------------------------------------------------------------------------- */
 

@@ -1,0 +1,350 @@
+// Names from text: the form, its limits in every character set, and that what renders parses again.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "support/support.h"
+
+namespace corvid::test {
+namespace {
+
+using std::string_literals::operator""s;
+
+std::string Repeat(size_t count, std::string_view text) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
+// A name from text, released at the end.
+struct ParsedName : CVD_Name {
+  explicit ParsedName(const std::string& text) : CVD_Name{7, 7, nullptr} {
+    status = CVD_ImplementRDN(nullptr, this, text.c_str());
+  }
+  ParsedName(const ParsedName&) = delete;
+  ParsedName& operator=(const ParsedName&) = delete;
+  ~ParsedName() { CVD_NameFree(this); }
+
+  // A certificate with this subject, or the status.
+  Octets Encode() const {
+    if (status != 0) return OctetsOf(std::to_string(status));
+    const Certificate certificate(MakeCertificate({}));
+    CVD_Certificate record = *certificate.get();
+    record.tbsCertificate.subject = *this;
+    Output der;
+    EXPECT_EQ(CVD_ASN_EncodePDU(&der, &record, CVD_PDU_CERTIFICATE), 0u);
+    return der.octets();
+  }
+  std::string Render() const {
+    char* text = nullptr;
+    EXPECT_EQ(CVD_ExtractRDN(nullptr, this, &text), 0u);
+    const std::string result = text == nullptr ? "" : text;
+    CVD_free(text);
+    return result;
+  }
+
+  uint32_t status;
+};
+
+Octets CertificateOf(const Octets& subject) { return MakeCertificate({.subject = subject}); }
+Octets Value(const std::string& type, const Octets& der) { return Sequence({Oid(type), der}); }
+Octets Utf8(std::string_view text) { return Der(0x0C, text); }
+Octets Printable(std::string_view text) { return Der(0x13, text); }
+Octets Ia5(std::string_view text) { return Der(0x16, text); }
+
+const std::string kCn = "2.5.4.3";
+const std::string kOu = "2.5.4.11";
+
+TEST(NameFromText, HasTheDocumentedForm) {
+  const Octets kr = Sequence({Value("2.5.4.6", Printable("KR"))}, 0x31);
+  const struct {
+    std::string text;
+    Octets name;
+  } rows[] = {
+      {"CN=User,OU=Unit,O=Org,C=KR", Name({{"2.5.4.6", Printable("KR")},
+                                           {"2.5.4.10", Utf8("Org")},
+                                           {kOu, Utf8("Unit")},
+                                           {kCn, Utf8("User")}})},
+      {"e=a@b,l=L,s=S,t=T,id=i,dc=d,dnqualifier=q", Name({{"2.5.4.46", Printable("q")},
+                                                          {"0.9.2342.19200300.100.1.25", Ia5("d")},
+                                                          {"0.9.2342.19200300.100.1.1", Ia5("i")},
+                                                          {"2.5.4.12", Utf8("T")},
+                                                          {"2.5.4.8", Utf8("S")},
+                                                          {"2.5.4.7", Utf8("L")},
+                                                          {"1.2.840.113549.1.9.1", Ia5("a@b")}})},
+      {",, cn \t= = User x ,,\\ \\ c KR,",
+       Name({{"2.5.4.6", Printable("KR")}, {kCn, Utf8("User x")}})},
+      {"CN=a\\,b,c=kr", Name({{"2.5.4.6", Printable("kr")}, {kCn, Utf8("a,b")}})},
+      {"CN=a\\2cb\\2C\\=\\<\\>\\\\\\,c\\\\2c", Name({{kCn, Utf8("a,b,=<>\\,c\\2c")}})},
+      {"CN=#\"x\"\\00y", Name({{kCn, Utf8("#\"x\"")}})},
+      // A SET is sorted when it is encoded, whatever the order of the text.
+      {"CN=a+OU=b,C=KR",
+       Sequence({kr, Sequence({Value(kCn, Utf8("a")), Value(kOu, Utf8("b"))}, 0x31)})},
+      {"OU=a + CN=b", Sequence({Sequence({Value(kCn, Utf8("b")), Value(kOu, Utf8("a"))}, 0x31)})},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(ParsedName(row.text).Encode(), CertificateOf(row.name)) << row.text;
+  }
+  const ParsedName name("CN=a+OU=b,C=KR");  // in memory the attribute written last comes first
+  EXPECT_EQ(name.Render(), "cn=a+ou=b,c=KR");
+  EXPECT_EQ(name.rdnSequence->next->relativeDistinguishedName->type.data[2], 11);
+}
+
+TEST(NameFromText, RefusesOtherForms) {
+  const std::string long_value(400, 'x');
+  const std::string rows[] = {
+      "",
+      ",,",
+      "CN",
+      "CN=",
+      "CN= \t",
+      "=x",
+      " ",
+      "\\",
+      "\\ \t",
+      "+",
+      "CN=a+",
+      "+CN=a",
+      "CN=a++OU=b",
+      "C\\N=a",
+      "CN\\=a",
+      "CN=a;b",
+      "CN=a\\;b",
+      "CN=a=b",
+      "CN=a<b",
+      "CN=a>b",
+      "CN=a\\\\=b",
+      "CN=a\\+b",
+      "CN=a\\\\+OU=b",
+      "CN=a\\",
+      "CN=a\\,",
+      "CN=a\\,b\\,c",
+      "CN=a\\x",
+      "CN=a\\4",
+      "CN=a\\4g",
+      "CN=\\00",
+      "CN=\\00\\x",
+      "ST=a",
+      "SN=a",
+      "UID=a",
+      "2.5.4.3=a",
+      "OID.2.5.4.3=a",
+      "CNX=a",
+      "C=KOR",
+      "C=K",
+      "C=K\\00R",
+      "CN=a\nb=c",
+      "DNQUALIFIERS=a",
+      "CN=a,OU=b,O=c;d",
+      "CN=a,OU",
+      "DC=" + long_value,
+      "DC=" + long_value.substr(0, 200) + "\\," + long_value.substr(0, 200)};
+  for (const std::string& text : rows) {
+    CVD_Trace_Clear();
+    const ParsedName name(text);
+    EXPECT_EQ(name.status, 36032u) << text;
+    EXPECT_TRUE(name.choice == 0 && name.rdnSequence == nullptr) << text;
+    const std::string trace = TakeTrace();
+    EXPECT_EQ(trace.substr(trace.size() - 23), "CVD_ImplementRDN 36032\n") << text;
+  }
+  ParsedName("CN=a,ST=b");
+  EXPECT_EQ(TakeTrace(), "CVD_PKC_AsnRDN_Encode 36032\nCVD_ImplementRDN 36032\n");
+  CVD_Name name{};
+  EXPECT_EQ(CVD_ImplementRDN(nullptr, nullptr, "CN=a"), 36001u);
+  EXPECT_EQ(CVD_ImplementRDN(nullptr, &name, nullptr), 36001u);
+  EXPECT_EQ(TakeTrace(), "");
+}
+
+// The bounds count characters, whatever the caller's set makes of them in octets.
+TEST(NameFromText, LimitsHoldInEverySet) {
+  const struct {
+    const char* locale;
+    std::string character;
+  } sets[] = {{"ko_KR-euc", "\xB0\xA1"},       {"ko_KR-UTF-8", "\xEA\xB0\x80"},
+              {"ja_JP-EUC", "\xA4\xA2"},       {"ja_JP-SJIS", "\x82\xA0"},
+              {"ja_JP-UTF-8", "\xE3\x81\x82"}, {"ko_KR-euc", "a"}};
+  for (const auto& set : sets) {
+    const Options options(set.locale);
+    for (const std::string label : {"O", "T", "CN", "OU"}) {
+      EXPECT_EQ(ParsedName(label + "=" + Repeat(64, set.character)).status, 0u) << set.locale;
+      EXPECT_EQ(ParsedName(label + "=" + Repeat(65, set.character)).status, 1021u) << set.locale;
+    }
+    for (const std::string label : {"L", "S"}) {
+      EXPECT_EQ(ParsedName(label + "=" + Repeat(128, set.character)).status, 0u) << set.locale;
+      EXPECT_EQ(ParsedName(label + "=" + Repeat(129, set.character)).status, 1021u) << set.locale;
+    }
+  }
+  EXPECT_EQ(ParsedName("E=" + Repeat(129, "x")).Encode(),
+            CertificateOf(Name({{"1.2.840.113549.1.9.1", Ia5(Repeat(128, "x"))}})));
+  EXPECT_EQ(ParsedName("DC=" + Repeat(398, "x")).Encode(),
+            CertificateOf(Name({{"0.9.2342.19200300.100.1.25", Ia5(Repeat(398, "x"))}})));
+  EXPECT_EQ(ParsedName("DC=" + Repeat(197, "x") + "\\," + Repeat(199, "x")).status, 0u);
+  EXPECT_EQ(ParsedName("DC=" + Repeat(197, "x") + "\\," + Repeat(200, "x")).status, 36032u);
+  EXPECT_EQ(ParsedName(Repeat(10000, "CN=a,") + "CN=b").status, 0u);
+}
+
+TEST(NameFromText, StoresAsPassedOrConverts) {
+  const Options options("ko_KR-euc");
+  const std::string ga = "\xB0\xA1";
+  const struct {
+    std::string text;
+    Octets value;
+  } rows[] = {
+      {"CN=" + ga, Name({{kCn, Utf8("\xEA\xB0\x80")}})},
+      {"E=" + ga, Name({{"1.2.840.113549.1.9.1", Ia5(ga)}})},
+      {"C=" + ga, Name({{"2.5.4.6", Printable(ga)}})},
+      {"ID=" + ga, Name({{"0.9.2342.19200300.100.1.1", Ia5(ga)}})},
+      {"DNQUALIFIER=@" + ga, Name({{"2.5.4.46", Printable("@" + ga)}})},
+  };
+  for (const auto& row : rows) EXPECT_EQ(ParsedName(row.text).Encode(), CertificateOf(row.value));
+  CVD_Trace_Clear();
+  EXPECT_EQ(ParsedName("CN=\xB0").status, 3005u);  // half a character
+  EXPECT_EQ(TakeTrace(), "CVD_PKC_AsnRDN_Encode 3005\nCVD_ImplementRDN 3005\n");
+}
+
+TEST(AttributeFromText, AddsToBothListsOrNeither) {
+  const struct {
+    std::string text, type, value;
+  } rows[] = {
+      {"CN=x", "CN", "x"},     {"CN = x ", "CN", "x"},         {"CN x", "CN", "x"},
+      {"CN==x", "CN", "x"},    {" \\\tCN=x y\t", "CN", "x y"}, {"A+B=\\2B\\+", "A+B", "++"},
+      {"CN=x\0y"s, "CN", "x"}, {"1.2=\\41\\4a", "1.2", "AJ"},
+  };
+  CVD_BIN_LIST* types = nullptr;
+  CVD_BIN_LIST* values = nullptr;
+  const auto add = [&](const std::string& text) {
+    const Octets octets = OctetsOf(text);
+    const Input exact(octets);  // not terminated
+    return CVD_GetAttrTypeAndValue(reinterpret_cast<const char*>(exact.bin()->data),
+                                   exact.bin()->length, &types, &values);
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(add(row.text), 0u) << row.text;
+    ASSERT_TRUE(types != nullptr && values != nullptr);
+    EXPECT_EQ(reinterpret_cast<const char*>(types->data), row.type);
+    EXPECT_EQ(types->length, row.type.size());
+    EXPECT_EQ(reinterpret_cast<const char*>(values->data), row.value);
+    EXPECT_EQ(values->length, row.value.size());
+  }
+  const CVD_BIN_LIST* head = types;
+  EXPECT_EQ(add("CN=" + Repeat(398, "x")), 0u);
+  EXPECT_EQ(types->next, head);
+  head = types;
+  for (const std::string& text : {"CN="s, "x"s, "CN=;"s, "CN=" + Repeat(399, "x")}) {
+    EXPECT_EQ(add(text), 36032u) << text;
+  }
+  EXPECT_EQ(CVD_GetAttrTypeAndValue("a=b", 3, nullptr, &values), 36032u);
+  EXPECT_EQ(CVD_GetAttrTypeAndValue("a=b", 3, &types, nullptr), 36032u);
+  EXPECT_EQ(CVD_GetAttrTypeAndValue(nullptr, 3, &types, &values), 36001u);
+  EXPECT_EQ(CVD_GetAttrTypeAndValue("a=b", -1, &types, &values), 36001u);
+  EXPECT_EQ(types, head);
+  CVD_BIN_LIST_Free(types);
+  CVD_BIN_LIST_Free(values);
+}
+
+// ---- there and back ------------------------------------------------------------------------
+
+// A value of the caller's set, without what the text form cannot carry. `*comma` tells whether the
+// component has its one comma.
+std::string RandomValue(std::mt19937* random, const std::vector<std::string>& characters,
+                        bool* comma) {
+  std::string value;
+  const size_t count = 1 + (*random)() % 30;
+  while (value.size() < count) {
+    const std::string& character = characters[(*random)() % characters.size()];
+    if (character == "," && std::exchange(*comma, true)) continue;
+    value += character;
+  }
+  if (value.front() == ' ') value.front() = 'x';
+  if (std::string_view(" ,\\").find(value.back()) != std::string_view::npos) value += 'x';
+  return value;
+}
+
+// The value as it may be written: specials behind a backslash, ASCII sometimes as hexadecimal.
+std::string Written(std::mt19937* random, const std::string& value) {
+  std::string text;
+  for (const char c : value) {
+    const bool special = std::string_view("\\,=<>").find(c) != std::string_view::npos;
+    if (static_cast<uint8_t>(c) < 0x20 || (*random)() % 16 == 0) {
+      text += "\\" + ToHex({static_cast<uint8_t>(c)});
+    } else {
+      text += special ? std::string("\\") + c : std::string(1, c);
+    }
+  }
+  return text;
+}
+
+TEST(NameFromText, WhatRendersParsesToTheSameOctets) {
+  const struct {
+    const char* locale;
+    std::vector<std::string> letters;  // in Shift JIS some end in octets that are special
+  } sets[] = {{"ko_KR-euc", {"\xB0\xA1", "\xC8\xFE", "\xA4\xD3"}},
+              {"ko_KR-UTF-8", {"\xEA\xB0\x80", "\xF0\x9F\x98\x80", "\xC3\xA9"}},
+              {"ja_JP-EUC", {"\xA4\xA2", "\xB0\xA1", "\x8E\xB1"}},
+              {"ja_JP-SJIS", {"\x82\xA0", "\x95\x5C", "\x83\x5C", "\xB1", "\x81\x5B"}},
+              {"ja_JP-UTF-8", {"\xE3\x81\x82", "\xE8\xA1\xA8"}}};
+  std::mt19937 random(20261125);  // NOLINT: the same names each time
+  for (const auto& set : sets) {
+    const Options options(set.locale);
+    std::vector<std::string> characters = set.letters;
+    for (const char c : "abcXYZ019 .-/:'#\"@\\,=<>\x01\x1F"s) characters.emplace_back(1, c);
+    const char* const kLabels[] = {"cn", "ou", "O", "L", "s", "T"};
+    for (int i = 0; i < 2000; ++i) {
+      std::string text;
+      bool comma = false;
+      for (size_t count = 1 + random() % 4; count > 0; --count) {
+        const bool joined = random() % 4 == 0;
+        if (!text.empty()) text += joined ? " + " : ", ";
+        if (!joined) comma = false;
+        text += kLabels[random() % std::size(kLabels)];
+        text += "=" + Written(&random, RandomValue(&random, characters, &comma));
+      }
+      const ParsedName name(text);
+      ASSERT_EQ(name.status, 0u) << set.locale << ' ' << text;
+      const ParsedName again(name.Render());
+      ASSERT_EQ(again.Encode(), name.Encode()) << set.locale << ' ' << text;
+    }
+  }
+}
+
+// What a name can hold and its text cannot: each with what becomes of it.
+TEST(NameFromText, WhatTheTextFormCannotCarry) {
+  const struct {
+    Octets name;
+    std::string rendered;
+    uint32_t status;
+    std::string again{};
+  } rows[] = {
+      {Name({{kCn, Utf8(" a ")}}), "cn= a ", 0, "cn=a"},
+      {Name({{kCn, Utf8("a+b")}}), "cn=a\\+b", 36032},
+      {Name({{kCn, Utf8("a;b")}}), "cn=a\\;b", 36032},
+      {Name({{kCn, Utf8("a,b,c")}}), "cn=a\\,b\\,c", 36032},
+      {Name({{kCn, Utf8("a,")}}), "cn=a\\,", 36032},
+      {Sequence({Sequence({Value(kOu, Utf8("b")), Value(kCn, Utf8("a\\"))}, 0x31)}),
+       "cn=a\\\\+ou=b", 36032},
+      {Name({{kOu, Utf8("b")}, {kCn, Utf8("a,")}}), "cn=a\\,,ou=b", 36032},
+      {Name({{kCn, Printable("a\0b"s)}}), "cn=a\\00b", 0, "cn=a"},
+      {Name({{"2.5.4.7", Utf8(Repeat(202, "x"))}}), "l=" + Repeat(201, "x"), 1021},
+      {Name({{"2.5.4.8", Utf8(Repeat(67, "\xEA\xB0\x80") + "x")}}),
+       "s=" + Repeat(67, "\xEA\xB0\x80"), 0, "s=" + Repeat(67, "\xEA\xB0\x80")},
+      {Name({{"2.5.4.46", Printable("q,cn=x")}}), "dnqualifier=q,cn=x", 0, "dnqualifier=q,cn=x"},
+      {Name({{"2.5.4.6", Printable("KOR")}}), "c=KO", 0, "c=KO"},
+      {Name({{"2.5.4.5", Printable("1")}, {kCn, Utf8("a")}}), "cn=a", 0, "cn=a"},
+      {Name({{kCn, Printable("a")}}), "cn=a", 0, "cn=a"},  // becomes a UTF8String
+  };
+  const Options options("ko_KR-UTF-8");
+  for (const auto& row : rows) {
+    const Certificate certificate(CertificateOf(row.name));
+    char* text = nullptr;
+    ASSERT_EQ(CVD_ExtractRDN(nullptr, &certificate->tbsCertificate.subject, &text), 0u);
+    EXPECT_EQ(text, row.rendered);
+    const ParsedName parsed(text);
+    CVD_free(text);
+    EXPECT_EQ(parsed.status, row.status) << row.rendered;
+    EXPECT_EQ(parsed.status == 0 ? parsed.Render() : "", row.again);
+  }
+}
+
+}  // namespace
+}  // namespace corvid::test
