@@ -205,6 +205,33 @@ class RevocationList {
   CVD_CRL* crl_ = nullptr;
 };
 
+// Owns a private key.
+class PrivateKey {
+ public:
+  PrivateKey() = default;
+  PrivateKey(PrivateKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
+  PrivateKey& operator=(PrivateKey&& other) noexcept {
+    std::swap(key_, other.key_);
+    return *this;
+  }
+  PrivateKey(const PrivateKey&) = delete;
+  PrivateKey& operator=(const PrivateKey&) = delete;
+  ~PrivateKey() { CVD_CSP_FreePrivateKey(key_); }
+
+  // Loads DER or PEM, with a null passphrase only what is not encrypted; the key of an earlier call
+  // is released first.
+  Status Load(Octets encoding, const char* passphrase) {
+    CVD_CSP_FreePrivateKey(std::exchange(key_, nullptr));
+    const BIN input = encoding.bin();
+    return CVD_CSP_LoadPrivateKey(&key_, &input, passphrase);
+  }
+  explicit operator bool() const { return key_ != nullptr; }
+  CVD_PrivateKey* get() const { return key_; }
+
+ private:
+  CVD_PrivateKey* key_ = nullptr;
+};
+
 // The nodes of a list: `for (const auto& node : Nodes(extensions))`.
 template <typename Node>
 class Nodes {
@@ -249,6 +276,11 @@ inline Status DecodeBase64(const char* text, Bin* data) {
 inline Status Hash(int32_t hash_id, Octets data, Bin* digest) {
   const BIN input = data.bin();
   return CVD_CSP_Hash(digest->out(), &input, hash_id);
+}
+
+inline Status PublicKeyOf(const PrivateKey& key, int32_t* pkey_id, Bin* parameters,
+                          Bin* public_key) {
+  return CVD_CSP_GetPublicKey(key.get(), pkey_id, parameters->out(), public_key->out());
 }
 
 // "2.5.29.15".

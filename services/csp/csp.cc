@@ -13,9 +13,12 @@ static constexpr ReasonRow kReasons[] = {
     {CVD_CSP_ERR_UNKNOWN_PKEYID, "unknown pkeyID"},
     {CVD_CSP_ERR_UNKNOWN_SIGNID, "unknown signID"},
     {CVD_CSP_ERR_VERIFY, "signature does not verify"},
-    {CVD_CSP_ERR_BAD_KEY, "bad public key"},
+    {CVD_CSP_ERR_BAD_KEY, "bad key"},
     {CVD_CSP_ERR_BAD_PARAMETERS, "bad key parameters"},
     {CVD_CSP_ERR_BAD_SIGNATURE, "bad signature value"},
+    {CVD_CSP_ERR_NOT_A_PRIVATE_KEY, "not a private key"},
+    {CVD_CSP_ERR_UNSUPPORTED_KEY, "unsupported private key"},
+    {CVD_CSP_ERR_PASSPHRASE, "wrong or missing passphrase"},
 };
 
 }  // namespace corvid

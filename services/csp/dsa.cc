@@ -1,6 +1,12 @@
-// DSA (FIPS 186-4 section 4.7).
+// DSA (FIPS 186-4 sections 4.6 and 4.7).
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/dsa.h>
+
+#include <algorithm>
+
 #include "corvid/csp.h"
 #include "prime_group.h"
+#include "private_key.h"
 
 namespace corvid {
 namespace {
@@ -13,8 +19,7 @@ bool ReadSignature(Bytes signature, Bytes* r, Bytes* s) {
 }
 
 // The leftmost bits of the digest, as many as q has.
-bool SetDigest(const PrimeGroup& group, Bytes digest, BIGNUM* number) {
-  const size_t bits = BitLength(group.q_octets);
+bool SetDigest(size_t bits, Bytes digest, BIGNUM* number) {
   if (digest.size() * 8 <= bits) return SetNumber(number, digest);
   const size_t octets = (bits + 7) / 8;
   return SetNumber(number, digest.first(octets)) &&
@@ -29,7 +34,7 @@ uint32_t Check(const PrimeGroup& group, Bytes r_octets, Bytes s_octets, Bytes di
   BIGNUM* const a = BN_CTX_get(context);
   BIGNUM* const b = BN_CTX_get(context);
   if (b == nullptr || !SetNumber(r, r_octets) || !SetNumber(s, s_octets) ||
-      !SetDigest(group, digest, a)) {
+      !SetDigest(BitLength(group.q_octets), digest, a)) {
     return CVD_CSP_ERR_MALLOC;
   }
   // 1/s is s^(q-2), as q is prime; unlike Euclid's way this cannot fail where q is not.
@@ -60,6 +65,27 @@ uint32_t VerifyDsa(const Verification& in) {
   DigestValue digest;
   if (const uint32_t status = Digest({in.data}, in.hashID, &digest); status != 0) return status;
   return Check(group, r, s, digest.view());
+}
+
+uint32_t SignDsa(DSA* key, Bytes data, int32_t hashID, BIN* signature) {
+  DigestValue digest;
+  if (const uint32_t status = Digest({data}, hashID, &digest); status != 0) return status;
+  // OpenSSL cuts a digest to whole octets only; it is handed over as the number that is meant.
+  const ScopedNumber number(BN_new());
+  const size_t bits = static_cast<size_t>(BN_num_bits(DSA_get0_q(key)));
+  const int octets = static_cast<int>(std::min((bits + 7) / 8, digest.length));
+  if (number == nullptr || !SetDigest(bits, digest.view(), number.get()) ||
+      BN_bn2binpad(number.get(), digest.octets, octets) < 0) {
+    return CVD_CSP_ERR_MALLOC;
+  }
+  unsigned int length = static_cast<unsigned int>(DSA_size(key));
+  ScopedOctets value(static_cast<uint8_t*>(CVD_malloc(length)));
+  if (value == nullptr) return CVD_CSP_ERR_MALLOC;
+  if (DSA_sign(0, digest.octets, octets, value.get(), &length, key) == 0) {
+    return FailureOr(CVD_CSP_ERR_INTERNAL);
+  }
+  *signature = {static_cast<int32_t>(length), value.release()};
+  return 0;
 }
 
 }  // namespace corvid

@@ -38,6 +38,7 @@ enum : uint8_t {
   kTagInteger = 0x02,
   kTagBitString = 0x03,
   kTagOctetString = 0x04,
+  kTagObject = 0x06,
   kTagSequence = 0x30
 };
 
@@ -54,6 +55,9 @@ enum : uint8_t {
 
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }  (RFC 8017 A.1.1)
 [[nodiscard]] bool ReadRsaKey(Bytes key, Bytes* modulus, Bytes* exponent);
+
+// True for a key within the bounds of use; the numbers have no leading zero octets.
+[[nodiscard]] bool IsUsableRsaKey(Bytes modulus, Bytes exponent);
 
 // The length in bits of a positive number without leading zero octets.
 inline size_t BitLength(Bytes number) {

@@ -19,19 +19,19 @@ bool IsLess(Bytes a, Bytes b) {
   return std::ranges::lexicographical_compare(a, b);
 }
 
-bool IsPlausible(const PrimeGroup& group) {  // that q divides p - 1 comes later
-  return group.p_octets.size() <= kMostPrimeOctets && IsOdd(group.p_octets) &&
-         group.q_octets.size() <= kMostOrderOctets && IsOdd(group.q_octets) &&
-         BitLength(group.q_octets) >= kLeastOrderBits && !IsOne(group.g_octets) &&
-         IsLess(group.g_octets, group.p_octets);
-}
-
 bool SetNumbers(PrimeGroup* group) {
   return SetNumber(group->p, group->p_octets) && SetNumber(group->q, group->q_octets) &&
          SetNumber(group->g, group->g_octets) && SetNumber(group->y, group->y_octets);
 }
 
 }  // namespace
+
+bool IsPlausible(const PrimeGroup& group) {
+  return group.p_octets.size() <= kMostPrimeOctets && IsOdd(group.p_octets) &&
+         group.q_octets.size() <= kMostOrderOctets && IsOdd(group.q_octets) &&
+         BitLength(group.q_octets) >= kLeastOrderBits && !IsOne(group.g_octets) &&
+         IsLess(group.g_octets, group.p_octets);
+}
 
 // DSAPublicKey ::= INTEGER; Dss-Parms ::= SEQUENCE { p, q, g INTEGER }  (RFC 3279 section 2.3.2)
 uint32_t ReadPrimeGroup(const Verification& in, PrimeGroup* group, Bytes* rest) {
@@ -43,11 +43,13 @@ uint32_t ReadPrimeGroup(const Verification& in, PrimeGroup* group, Bytes* rest) 
       !TakePositive(rest, &group->g_octets) || !IsPlausible(*group)) {
     return CVD_CSP_ERR_BAD_PARAMETERS;
   }
-  const bool within = !IsOne(group->y_octets) && IsLess(group->y_octets, group->p_octets);
-  return within ? 0 : CVD_CSP_ERR_BAD_KEY;
+  return 0;
 }
 
 uint32_t PreparePrimeGroup(PrimeGroup* group) {
+  if (IsOne(group->y_octets) || !IsLess(group->y_octets, group->p_octets)) {
+    return CVD_CSP_ERR_BAD_KEY;
+  }
   group->context.reset(BN_CTX_new());
   group->montgomery.reset(BN_MONT_CTX_new());
   BN_CTX* const context = group->context.get();

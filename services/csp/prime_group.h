@@ -25,11 +25,13 @@ struct PrimeGroup {
   BIGNUM* y;
 };
 
-// Reads y and the parameters and checks what octets alone tell. `rest` is what follows g in the
-// SEQUENCE.
+// Reads y and the parameters, which are plausible. `rest` is what follows g in the SEQUENCE.
 [[nodiscard]] uint32_t ReadPrimeGroup(const Verification& in, PrimeGroup* group, Bytes* rest);
 
-// Makes the numbers of the octets read, and checks the rest: q divides p - 1, and y < p - 1.
+// True for p, q and g that octets alone tell nothing against.
+[[nodiscard]] bool IsPlausible(const PrimeGroup& group);
+
+// Makes the numbers of the octets, and checks the rest: 1 < y < p - 1, and q divides p - 1.
 [[nodiscard]] uint32_t PreparePrimeGroup(PrimeGroup* group);
 
 // True for a signature's INTEGER within [1, q - 1]; leaves it without its leading zero octet.

@@ -1,11 +1,15 @@
-// RSASSA-PKCS1-v1_5 (RFC 8017 section 8.2.2). The block that the signature hides is compared whole
+// RSASSA-PKCS1-v1_5 (RFC 8017 section 8.2). The block that the signature hides is compared whole
 // with the one that must be there, never parsed. Chains and lists ask for the same issuer again and
 // again, so each thread keeps the modulus that it used last prepared for Montgomery's arithmetic.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/rsa.h>
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
 #include "corvid/csp.h"
+#include "private_key.h"
 #include "verify.h"
 
 namespace corvid {
@@ -40,6 +44,16 @@ constexpr DigestInfoRow kDigestInfos[] = {
                            0x04, 0x02, 0x03, 0x05, 0x00, 0x04, 0x40}},
 };
 // clang-format on
+
+// Empty for a hash that RSA does not sign.
+Bytes DigestInfo(int32_t hashID) {
+  const auto* row = std::find_if(std::begin(kDigestInfos), std::end(kDigestInfos),
+                                 [&](const auto& r) { return r.hashID == hashID; });
+  return row == std::end(kDigestInfos) ? Bytes() : Bytes(row->octets, row->length);
+}
+
+// The length of the shortest modulus that the block fits.
+size_t LeastLength(Bytes info) { return kLeastPadding + info.size() + info.back(); }
 
 // A modulus prepared for use; all of it is public.
 class PreparedModulus {
@@ -114,17 +128,10 @@ bool PreparedModulus::Raise(Bytes signature, uint64_t exponent, uint8_t* block) 
   return BN_bn2binpad(power, block, static_cast<int>(length_)) >= 0;
 }
 
-// Reads the key and refuses one that is out of bounds.
-uint32_t ReadKey(Bytes key, Bytes* modulus, uint64_t* exponent) {
-  Bytes e;
-  if (!ReadRsaKey(key, modulus, &e)) return CVD_CSP_ERR_BAD_KEY;
-  if (modulus->size() > kMostOctets || BitLength(*modulus) < kLeastBits ||
-      (modulus->back() & 1) == 0 || e.size() > sizeof *exponent) {
-    return CVD_CSP_ERR_BAD_KEY;
-  }
-  *exponent = 0;
-  for (const uint8_t octet : e) *exponent = *exponent << 8 | octet;
-  return *exponent > 1 && (*exponent & 1) != 0 ? 0 : CVD_CSP_ERR_BAD_KEY;
+uint64_t NumberOf(Bytes octets) {  // at most eight
+  uint64_t number = 0;
+  for (const uint8_t octet : octets) number = number << 8 | octet;
+  return number;
 }
 
 // EMSA-PKCS1-v1_5 (RFC 8017 section 9.2); the block has room for the least padding.
@@ -141,16 +148,23 @@ void WriteBlock(Bytes info, Bytes digest, std::span<uint8_t> block) {
 
 }  // namespace
 
+bool IsUsableRsaKey(Bytes modulus, Bytes exponent) {
+  if (modulus.size() > kMostOctets || BitLength(modulus) < kLeastBits ||
+      (modulus.back() & 1) == 0 || exponent.size() > sizeof(uint64_t)) {
+    return false;
+  }
+  return NumberOf(exponent) > 1 && (exponent.back() & 1) != 0;
+}
+
 uint32_t VerifyRsa(const Verification& in) {
-  const auto* row = std::find_if(std::begin(kDigestInfos), std::end(kDigestInfos),
-                                 [&](const auto& r) { return r.hashID == in.hashID; });
-  if (row == std::end(kDigestInfos)) return CVD_CSP_ERR_INTERNAL;
-  const Bytes info(row->octets, row->length);
+  const Bytes info = DigestInfo(in.hashID);
+  if (info.empty()) return CVD_CSP_ERR_INTERNAL;
   Bytes modulus;
-  uint64_t exponent;
-  if (const uint32_t status = ReadKey(in.key, &modulus, &exponent); status != 0) return status;
+  Bytes e;
+  if (!ReadRsaKey(in.key, &modulus, &e) || !IsUsableRsaKey(modulus, e)) return CVD_CSP_ERR_BAD_KEY;
+  const uint64_t exponent = NumberOf(e);
   const size_t length = modulus.size();
-  if (length < kLeastPadding + info.size() + info.back()) return CVD_CSP_ERR_BAD_KEY;
+  if (length < LeastLength(info)) return CVD_CSP_ERR_BAD_KEY;
 
   if (in.signature.size() < kLeastOctets || in.signature.size() > kMostOctets) {
     return CVD_CSP_ERR_BAD_SIGNATURE;  // made by no key that is in bounds
@@ -169,6 +183,26 @@ uint32_t VerifyRsa(const Verification& in) {
   uint8_t expected[kMostOctets];
   WriteBlock(info, digest.view(), {expected, length});
   return std::memcmp(recovered, expected, length) == 0 ? 0 : CVD_CSP_ERR_VERIFY;
+}
+
+// OpenSSL pads, blinds, and checks what the Chinese remainder theorem gave before it hands it out.
+uint32_t SignRsa(RSA* key, Bytes data, int32_t hashID, BIN* signature) {
+  const Bytes info = DigestInfo(hashID);
+  if (info.empty()) return CVD_CSP_ERR_INTERNAL;
+  const int length = RSA_size(key);
+  if (static_cast<size_t>(length) < LeastLength(info)) return CVD_CSP_ERR_BAD_KEY;
+  DigestValue digest;
+  if (const uint32_t status = Digest({data}, hashID, &digest); status != 0) return status;
+  uint8_t message[sizeof(DigestInfoRow::octets) + sizeof digest.octets];
+  uint8_t* const end = std::ranges::copy(digest.view(), std::ranges::copy(info, message).out).out;
+  ScopedOctets value(static_cast<uint8_t*>(CVD_malloc(static_cast<size_t>(length))));
+  if (value == nullptr) return CVD_CSP_ERR_MALLOC;
+  if (RSA_private_encrypt(static_cast<int>(end - message), message, value.get(), key,
+                          RSA_PKCS1_PADDING) != length) {
+    return FailureOr(CVD_CSP_ERR_INTERNAL);
+  }
+  *signature = {length, value.release()};
+  return 0;
 }
 
 }  // namespace corvid

@@ -19,7 +19,10 @@ enum {
   CVD_CSP_ERR_VERIFY = 6012, /* a well-formed signature that does not verify, and nothing else */
   CVD_CSP_ERR_BAD_KEY = 6020,
   CVD_CSP_ERR_BAD_PARAMETERS = 6021,
-  CVD_CSP_ERR_BAD_SIGNATURE = 6022 /* a malformed signature value */
+  CVD_CSP_ERR_BAD_SIGNATURE = 6022,     /* a malformed signature value */
+  CVD_CSP_ERR_NOT_A_PRIVATE_KEY = 6030, /* a public key, a certificate, a request, a list */
+  CVD_CSP_ERR_UNSUPPORTED_KEY = 6031,   /* a private key of a kind or form that is not taken */
+  CVD_CSP_ERR_PASSPHRASE = 6032         /* wrong or missing */
 };
 
 /* The three numberings of algorithms, sorted by number. Where two identifiers name one algorithm
@@ -103,6 +106,39 @@ typedef struct CVD_AlgorithmParameters {
 CVD_EXPORT uint32_t CVD_CSP_VerifyMsgSignature(const BIN* signature, const BIN* data,
                                                const BIN* publicKey, int32_t signID,
                                                const CVD_AlgorithmParameters* parameters);
+
+/* A private key, ready to sign in any number of threads at once. */
+typedef struct CVD_PrivateKey CVD_PrivateKey;
+
+/* Loads an RSA or DSA private key, which CVD_CSP_FreePrivateKey releases: PKCS #8, plain or
+ * encrypted, PKCS #1 (RFC 8017 A.1.2), or the SEQUENCE { 0, p, q, g, y, x } of older DSA files. DER
+ * is the whole of `encoding`; in PEM, encrypted or not, text may stand around the first block of a
+ * private key, which counts. `passphrase` is the text that an encrypted key was encrypted with, of
+ * its octets nothing left out, or null; "" is a passphrase too. Nothing asks for one.
+ *
+ * The numbers must be within the bounds of CVD_CSP_VerifyMsgSignature and fit together (RSA: two
+ * primes, with the parts for the Chinese remainder theorem). `*key` is null after a failure.
+ * CVD_CSP_ERR_PASSPHRASE for an encrypted key and a wrong or no passphrase, also when it was
+ * encrypted wrongly; CVD_CSP_ERR_NOT_A_PRIVATE_KEY; CVD_CSP_ERR_UNSUPPORTED_KEY for private keys of
+ * other algorithms and containers, encryption that OpenSSL's default provider does not have, more
+ * than 10 million iterations, and scrypt with N r p above 2^24 or more than 32 MiB of memory;
+ * CVD_CSP_ERR_BAD_KEY for everything else. */
+CVD_EXPORT uint32_t CVD_CSP_LoadPrivateKey(CVD_PrivateKey** key, const BIN* encoding,
+                                           const char* passphrase);
+/* Clears and releases a key; null is ignored. */
+CVD_EXPORT void CVD_CSP_FreePrivateKey(CVD_PrivateKey* key);
+/* Allocates the public half: its CVD_PKEY_* number, the subjectPublicKey octets, and the DER of its
+ * algorithm's parameters, {0, null} for RSA; `parameters` may be null. Released with
+ * CVD_BIN_Reset. */
+CVD_EXPORT uint32_t CVD_CSP_GetPublicKey(CVD_PrivateKey* key, int32_t* pkeyID, BIN* parameters,
+                                         BIN* publicKey);
+/* Allocates the signature value (contents of a BIT STRING) over `data` by the algorithm CVD_SIGN_*;
+ * released with CVD_BIN_Reset. `reserved` is not read. CVD_CSP_ERR_UNKNOWN_SIGNID for a number that
+ * is neither RSA's nor DSA's: KCDSA signatures are verified, not made. CVD_CSP_ERR_BAD_KEY for the
+ * number of the other kind of key, and for an RSA modulus too short for the hash. */
+CVD_EXPORT uint32_t CVD_CSP_ComputeMsgSignature(BIN* signature, const BIN* data,
+                                                CVD_PrivateKey* key, int32_t signID,
+                                                void* reserved);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,62 @@
+// Private keys: what is kept of one, how its octets become numbers, and what signs with it.
+#ifndef CORVID_SERVICES_CSP_PRIVATE_KEY_H_
+#define CORVID_SERVICES_CSP_PRIVATE_KEY_H_
+
+#include <openssl/types.h>
+
+#include <memory>
+
+#include "corvid/common.h"
+#include "corvid/csp.h"
+#include "verify.h"
+
+// OpenSSL's objects of a kind of key, and not EVP_PKEY: one takes the DigestInfo of any hash, keeps
+// its Montgomery contexts and blinding, serves many threads at once, and asks for no algorithm and
+// no context a signature.
+struct CVD_PrivateKey {
+  RSA* rsa;  // null when it is the other kind
+  DSA* dsa;
+};
+
+namespace corvid {
+
+using ScopedNumber = std::unique_ptr<BIGNUM, Freed<BN_clear_free>>;
+using ScopedOctets = std::unique_ptr<uint8_t, Freed<CVD_free>>;
+
+// CVD_CSP_ERR_MALLOC when OpenSSL's last error says so, else `status`.
+[[nodiscard]] uint32_t FailureOr(uint32_t status);
+
+// Loading, from the outside inward. A function that is handed a null passphrase takes no encrypted
+// key; what it decrypts it hands on without one. `key` is empty before, and its members may be set
+// after a failure too.
+[[nodiscard]] uint32_t LoadPem(Bytes text, const char* passphrase, CVD_PrivateKey* key);
+[[nodiscard]] uint32_t LoadDer(Bytes der, const char* passphrase, CVD_PrivateKey* key);
+// The content octets of an EncryptedPrivateKeyInfo.
+[[nodiscard]] uint32_t LoadEncrypted(Bytes content, const char* passphrase, CVD_PrivateKey* key);
+
+// Takes the one SEQUENCE that is all of `der`.
+[[nodiscard]] bool TakeWhole(Bytes der, Bytes* content);
+
+// The numbers of an RSAPrivateKey after its version (RFC 8017 A.1.2), and of a DSA key; without
+// leading zero octets, but for `x`, which is the content of an INTEGER.
+struct RsaNumbers {
+  enum { kN, kE, kD, kP, kQ, kDp, kDq, kInverse, kCount };
+  Bytes octets[kCount];
+};
+struct DsaNumbers {
+  Bytes p;
+  Bytes q;
+  Bytes g;
+  Bytes y;  // empty: not stated
+  Bytes x;
+};
+// Check that the numbers are within the bounds of verification and fit together.
+[[nodiscard]] uint32_t MakeRsa(const RsaNumbers& in, RSA** key);
+[[nodiscard]] uint32_t MakeDsa(const DsaNumbers& in, DSA** key);
+
+[[nodiscard]] uint32_t SignRsa(RSA* key, Bytes data, int32_t hashID, BIN* signature);
+[[nodiscard]] uint32_t SignDsa(DSA* key, Bytes data, int32_t hashID, BIN* signature);
+
+}  // namespace corvid
+
+#endif  // CORVID_SERVICES_CSP_PRIVATE_KEY_H_
