@@ -509,6 +509,101 @@ CVD_EXPORT uint32_t CVD_GetVID(char* name, uint32_t nameSize, char* vid, uint32_
 /* The hash of the VID of a DER certificate. Every failure is traced, refused arguments included. */
 CVD_EXPORT uint32_t CVD_PKC_GetVIDHashAlg(int32_t* hashID, const BIN* certificate);
 
+/* ---- issuing: RFC 5280 section 4 --------------------------------------------------------- */
+
+/* Makes the record of a key from its pkeyID, the DER of its domain parameters (not read for RSA
+ * keys, which get NULL; required otherwise) and its subjectPublicKey octets. The record refers to
+ * both. PKC_ERR_UNKNOWN_PKEYID. */
+CVD_EXPORT uint32_t CVD_PKC_AsnSubPubKeyInfo_Encode(CVD_SubjectPublicKeyInfo* info, int32_t pkeyID,
+                                                    const BIN* parameters, const BIN* publicKey);
+/* The other way: `parameters` (not touched for RSA keys or absent parameters) and `publicKey` refer
+ * to the record and are not released. PKC_ERR_UNKNOWN_PKEYID. */
+CVD_EXPORT uint32_t CVD_PKC_AsnSubPubKeyInfo_Decode(int32_t* pkeyID, BIN* parameters,
+                                                    BIN* publicKey,
+                                                    const CVD_SubjectPublicKeyInfo* info);
+
+/* The slots of a template's extensions, in the order in which the certificate lists them, but for
+ * PKC_SLOT_EXT_KEY_USAGE and PKC_SLOT_CRL_DISTRIBUTION_POINTS, which keep this order too. */
+enum {
+  PKC_SLOT_AUTHORITY_KEY_IDENTIFIER = 0,
+  PKC_SLOT_SUBJECT_KEY_IDENTIFIER = 1,
+  PKC_SLOT_KEY_USAGE = 2, /* critical; required */
+  PKC_SLOT_CERTIFICATE_POLICIES = 3,
+  PKC_SLOT_SUBJECT_ALT_NAME = 4,
+  PKC_SLOT_BASIC_CONSTRAINTS = 6, /* critical */
+  PKC_SLOT_NAME_CONSTRAINTS = 7,
+  PKC_SLOT_EXT_KEY_USAGE = 9, /* critical */
+  PKC_SLOT_CRL_DISTRIBUTION_POINTS = 10,
+  PKC_SLOT_AUTHORITY_INFO_ACCESS = 11,
+  PKC_SLOTS = 12 /* 5 and 8 are not read */
+};
+
+/* What CVD_PKC_Cert_Encode signs. It refers to names and octets that stay the caller's. */
+typedef struct PKCCertTemplate {
+  uint32_t reserved1;
+  Huge serialNumber;
+  int32_t signatureAlgorithm; /* signID */
+  const CVD_Name* issuer;
+  int64_t notBefore; /* seconds since 1970-01-01 00:00:00 UTC; written as UTCTime in any case, so */
+  int64_t notAfter;  /* that years before 1950 and after 2049 come out as others */
+  const CVD_Name* subject;
+  int32_t keyAlgorithm;             /* pkeyID of the subject's key */
+  const BIN* keyParameters;         /* DER of its domain parameters; not read for RSA keys */
+  BIN publicKey;                    /* subjectPublicKey octets */
+  const BIN* extensions[PKC_SLOTS]; /* DER of the values, null for none, by PKC_SLOT_* */
+  uint32_t reserved2;
+} PKCCertTemplate;
+
+/* Encodes and signs a version 3 certificate. `signerAlgorithm` is the signing key's pkeyID: RSA
+ * gives both signature AlgorithmIdentifiers NULL parameters, KCDSA is refused once the signed part
+ * is encoded (PKC_ERR_UNKNOWN_PKEYID). `signingKey` is of CVD_CSP_LoadPrivateKey. The caller
+ * releases `der`. PKC_ERR_UNKNOWN_SIGNID, PKC_ERR_UNKNOWN_PKEYID, PKC_ERR_NO_EXTENSION without a
+ * keyUsage, PKC_ERR_INVALID_INPUT for a missing name, parameters or key, PKC_ERR_MALLOC, or the
+ * code of the encoder or of the signature. */
+CVD_EXPORT uint32_t CVD_PKC_Cert_Encode(BIN* der, const PKCCertTemplate* certTemplate,
+                                        int32_t signerAlgorithm, void* reserved,
+                                        CVD_PrivateKey* signingKey);
+
+/* What a request adds to a certificate; null for what it does not. Texts but for the addresses and
+ * the policy are in the "locale" set. */
+typedef struct PKCGenExtOptions {
+  const char* policy;     /* dotted identifier: certificatePolicies */
+  const char* cps;        /* the policy's CPS pointer (URI, as passed); not read without a policy */
+  const char* notice;     /* the policy's user notice; not read without a policy */
+  const char* holderName; /* subjectAltName with identity data; needs `vid` */
+  const BIN* vid;         /* the octets of the VID, declared as made with SHA-1 */
+  const char* crl;        /* URI, as passed: cRLDistributionPoints */
+  const char* ocsp;       /* URI, as passed: authorityInfoAccess */
+} PKCGenExtOptions;
+
+/* Who signs, and what the certificate is for. */
+typedef struct PKCGenContext {
+  int32_t signerAlgorithm; /* pkeyID of the signing key */
+  uint32_t reserved1;
+  CVD_PrivateKey* signingKey;
+  uint32_t reserved2;
+  int32_t selfSigned; /* not 0: the subject is the issuer, too */
+  int32_t ca;         /* not 0: basicConstraints with cA, keyUsage with keyCertSign and cRLSign */
+} PKCGenContext;
+
+/* Issues a certificate from a compact request: serial number, signID, validity (seconds since
+ * 1970-01-01 00:00:00 UTC, 1950 to 2049), subject (the text form of CVD_ImplementRDN), the
+ * subject's key (pkeyID RSA, DSA or KCDSA; `parameters` as for CVD_PKC_AsnSubPubKeyInfo_Encode; the
+ * subjectPublicKey octets), the issuer's certificate (not read when self-signed).
+ *
+ * Its extensions are authorityKeyIdentifier (not when self-signed), subjectKeyIdentifier, keyUsage
+ * (critical), certificatePolicies, subjectAltName, basicConstraints (critical, of a CA),
+ * cRLDistributionPoints and authorityInfoAccess, in this order. Nothing is checked beyond what
+ * encoding needs: neither the issuer's right to issue nor that the key is the issuer's. The caller
+ * releases `der`. PKC_ERR_INVALID_INPUT also for a missing issuer, and the codes of what it calls:
+ * CVD_ImplementRDN, CVD_PKC_CertPolicies_Encode, CVD_PKC_SubAltName_Encode, CVD_PKC_Cert_Encode. */
+CVD_EXPORT uint32_t CVD_PKC_GenCertificate(BIN* der, uint32_t serialNumber, int32_t signID,
+                                           int64_t notBefore, int64_t notAfter, const char* subject,
+                                           int32_t pkeyID, const BIN* parameters,
+                                           const BIN* publicKey, const CVD_Certificate* issuer,
+                                           const PKCGenExtOptions* options,
+                                           const PKCGenContext* context);
+
 #ifdef __cplusplus
 }
 #endif
