@@ -1,6 +1,11 @@
 // Reasons: who answers for which code.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <map>
+#include <regex>
+#include <string>
+
 #include "corvid/codec.h"
 #include "corvid/crl.h"
 #include "corvid/csp.h"
@@ -27,6 +32,31 @@ TEST(ErrorReason, EachRangeHasItsOwner) {
   EXPECT_STREQ(CVD_GetErrReasonPKC(36061, 0), "") << "our texts need selector 1";
   for (const uint32_t code : {0U, 36031U, 34000U, 0U - 21U}) {
     EXPECT_STREQ(CVD_GetErrReasonPKC(code, 1), "") << code;
+  }
+}
+
+std::string TextOf(const std::string& path) {
+  const Octets octets = ReadFile(std::filesystem::path(CORVID_SOURCE_DIR) / path);
+  return {octets.begin(), octets.end()};
+}
+
+// Rows are "36001<tab>PKC_ERR_INVALID_INPUT<tab>invalid input"; T{ and T} enclose a long reason.
+TEST(ErrorReason, ManPageListsEveryCode) {
+  std::string headers = TextOf("include/corvid/pkc.h");
+  for (const char* service : {"asn", "codec", "crl", "csp", "io"}) {
+    headers += TextOf("services/include/corvid/" + std::string(service) + ".h");
+  }
+  std::map<uint32_t, std::string> listed;
+  const std::string page = TextOf("docs/man/corvid-pkc.3");
+  const std::regex row("\n(\\d+)\t(\\w+)\t(?:T\\{\n)?([^\n]+)");
+  for (std::sregex_iterator match(page.begin(), page.end(), row), end; match != end; ++match) {
+    listed[static_cast<uint32_t>(std::stoul((*match)[1]))] = (*match)[3];
+    const std::string constant = (*match)[2].str() + " = " + (*match)[1].str();
+    EXPECT_NE(headers.find(constant), std::string::npos) << constant;
+  }
+  for (uint32_t code = 1; code < 40000; ++code) {
+    const char* reason = CVD_PKC_GetErrorReason(code, 1);
+    EXPECT_EQ(listed.count(code) == 0 ? "" : listed[code], reason) << code;
   }
 }
 
