@@ -174,22 +174,29 @@ static uint32_t ReadAuthorityKeyId(const Source* source, Value* value) {
   return PutCarriedKeyId(source, value, CVD_OID_AUTHORITY_KEY_IDENTIFIER, CVD_PKC_AuthKeyId_Decode);
 }
 
-static uint32_t ReadIsCa(const Source* source, Value* value) {
-  const int32_t answer = CVD_CheckCaOrNot(NULL, source->certificate);
-  return answer < 0 ? PKC_ERR_BAD_EXTENSION : PutDatum(value, BoolGetDatum(answer == 1));
-}
-
-static uint32_t ReadPathLength(const Source* source, Value* value) {
+/* All absent when there is no extension. */
+static uint32_t ReadConstraints(const Source* source, CVD_BasicConstraints* constraints) {
   void* record = NULL;
   const uint32_t status = DecodeExtension(source->certificate, CVD_OID_BASIC_CONSTRAINTS,
                                           CVD_PDU_BASIC_CONSTRAINTS, &record);
-  if (record == NULL) return status;
-  const CVD_BasicConstraints* constraints = record;
-  if ((constraints->present & 0x40) != 0) {
-    PutDatum(value, Int32GetDatum(constraints->pathLenConstraint));
-  }
+  memset(constraints, 0, sizeof *constraints);
+  if (record != NULL) *constraints = *(const CVD_BasicConstraints*)record;
   CVD_ASN_FreePDU(record, CVD_PDU_BASIC_CONSTRAINTS);
-  return 0;
+  return status;
+}
+
+static uint32_t ReadIsCa(const Source* source, Value* value) {
+  CVD_BasicConstraints constraints;
+  const uint32_t status = ReadConstraints(source, &constraints);
+  const bool is_ca = (constraints.present & 0x80) != 0 && constraints.cA != 0;
+  return status != 0 ? status : PutDatum(value, BoolGetDatum(is_ca));
+}
+
+static uint32_t ReadPathLength(const Source* source, Value* value) {
+  CVD_BasicConstraints constraints;
+  const uint32_t status = ReadConstraints(source, &constraints);
+  if (status != 0 || (constraints.present & 0x40) == 0) return status;
+  return PutDatum(value, Int32GetDatum(constraints.pathLenConstraint));
 }
 
 /* By named bit (RFC 5280 section 4.2.1.3). */
