@@ -176,6 +176,18 @@ const char* NameForeignDer(pkc::Octets der) {
   return nullptr;
 }
 
+Problem Undecoded(std::string_view input, uint32_t number, pkc::Octets der, pkc::Status status) {
+  const CVD_ASNFailure failure = pkc::DecodeFailure(status);
+  const Problem problem{std::string(input), number,          0, failure.offset, failure.path,
+                        status.code(),      ReasonOf(status)};
+  const char* foreign = problem.exit() == kExitInput ? NameForeignDer(der) : nullptr;
+  if (foreign == nullptr) return problem;
+  Problem other;
+  other.input = input;
+  other.reason = std::string("is ") + foreign + ", not a certificate";
+  return other;
+}
+
 // ---- files and folders ---------------------------------------------------------------------
 
 void Finder::Read(const std::vector<std::string>& paths, bool recursive) {

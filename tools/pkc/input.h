@@ -54,6 +54,8 @@ class Finder {
 
 // "a PKCS #12 store" for DER that is some other well-known kind of file, else null.
 const char* NameForeignDer(pkc::Octets der);
+// Why something given as a certificate is none: the decoder's status and place, or what it is.
+Problem Undecoded(std::string_view input, uint32_t number, pkc::Octets der, pkc::Status status);
 
 }  // namespace corvid::tool
 

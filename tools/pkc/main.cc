@@ -19,7 +19,7 @@
 namespace corvid::tool {
 namespace {
 
-constexpr AddVerb kVerbs[] = {AddShow, AddVerify};
+constexpr AddVerb kVerbs[] = {AddShow, AddVerify, AddVid};
 
 struct Library {
   const char* name;

@@ -114,20 +114,6 @@ class Verify {
     return name.rdnSequence == nullptr ? "(empty)" : names_.NameText(name);
   }
 
-  // What is no certificate may be some other well-known thing.
-  static Problem Undecoded(std::string_view input, uint32_t number, pkc::Octets der,
-                           pkc::Status status) {
-    const CVD_ASNFailure failure = pkc::DecodeFailure(status);
-    const Problem problem{std::string(input), number,          0, failure.offset, failure.path,
-                          status.code(),      ReasonOf(status)};
-    const char* foreign = problem.exit() == kExitInput ? NameForeignDer(der) : nullptr;
-    if (foreign == nullptr) return problem;
-    Problem other;
-    other.input = input;
-    other.reason = std::string("is ") + foreign + ", not a certificate";
-    return other;
-  }
-
   // One DER list, or every list of a PEM file.
   void ReadLists(const std::string& path) {
     constexpr std::string_view kBegin = "-----BEGIN X509 CRL-----";
