@@ -84,6 +84,11 @@ void AppendJsonEscape(uint32_t code, std::string* out) {
   AppendUtf16Escape(code, out);
 }
 
+// Those that every reader of tab-separated cells knows.
+const char* ShortEscape(uint32_t code) {
+  return code == '\t' ? "\\t" : code == '\n' ? "\\n" : code == '\r' ? "\\r" : nullptr;
+}
+
 }  // namespace
 
 Character ReadCharacter(std::string_view text, size_t at) {
@@ -176,6 +181,29 @@ void AppendJsonString(std::string_view octets, Backslash backslash, std::string*
     at += character.size;
   }
   out->push_back('"');
+}
+
+void AppendCell(std::string_view octets, Backslash backslash, std::string* out) {
+  size_t at = CopyPlain(octets, 0, out);
+  const bool doubled =
+      at < octets.size() && backslash == Backslash::kDouble && HoldsOctetEscape(octets.substr(at));
+  for (; at < octets.size(); at = CopyPlain(octets, at, out)) {
+    const Character character = ReadCharacter(octets, at);
+    const size_t size = std::max<size_t>(character.size, 1);
+    if (character.size == 0) {
+      out->push_back('\\');  // the escape's own backslash is text, and escaped in turn
+      AppendOctetEscape(octets[at], out);
+    } else if (character.code == '\\') {
+      *out += doubled ? "\\\\\\\\" : "\\\\";
+    } else if (const char* escape = ShortEscape(character.code); escape != nullptr) {
+      *out += escape;
+    } else if (IsUnsafe(character.code)) {
+      for (size_t i = 0; i < size; ++i) AppendOctetEscape(octets[at + i], out);
+    } else {
+      out->append(octets, at, size);
+    }
+    at += size;
+  }
 }
 
 }  // namespace corvid::tool

@@ -34,6 +34,10 @@ void AppendSafeText(std::string_view octets, Backslash backslash, std::string* o
 // no UTF-8 become the text \xHH; a text that holds \x and two hexadecimal digits, either way, has
 // its own backslashes doubled, so that both kinds stay apart.
 void AppendJsonString(std::string_view octets, Backslash backslash, std::string* out);
+// A cell of a tab-separated row: the text that the JSON string holds, with \t, \n, \r and \\ for
+// tab, line feed, carriage return and backslash, and \xHH for each octet of the other control and
+// reordering characters. It is the form that COPY of databases reads.
+void AppendCell(std::string_view octets, Backslash backslash, std::string* out);
 
 }  // namespace corvid::tool
 

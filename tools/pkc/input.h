@@ -1,61 +1,80 @@
-// Finds certificates: in files, pipes, folders and standard input, as DER, PEM or base64 lines.
+// Reads certificates from files, pipes, folders and standard input, as DER, PEM or base64 lines:
+// in batches for the verbs that go over any number of them, one by one for the others.
 #ifndef CORVID_TOOLS_PKC_INPUT_H_
 #define CORVID_TOOLS_PKC_INPUT_H_
 
-#include <sys/types.h>
-
 #include <functional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "batch.h"
 #include "corvid/pkc.hpp"
+#include "cutter.h"
+#include "foreign.h"
+#include "paths.h"
 #include "problem.h"
 
 namespace corvid::tool {
 
-// What an input holds, in order: certificates and what stands in a certificate's place. Returns
-// false to stop.
+// Every input gives at least one piece, in order; what cannot be read is a problem, and the rest
+// goes on. Holds a batch's worth of text, or one certificate's.
+class Reader {
+ public:
+  // `options` outlive the reader.
+  explicit Reader(const InputOptions& options);
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  ~Reader();
+
+  // Fills the batch with what comes next; false when there is no more, or a signal came. Of a pipe
+  // that has nothing more at hand it does not wait for a whole batch.
+  bool Next(Batch* batch);
+
+  // True when everything was read; Next may not know before it is asked once more.
+  bool ended() const { return ended_; }
+  uint64_t inputs() const { return inputs_; }
+  // True at the end when the input to resume from never came.
+  bool missed() const { return ended_ && resuming_; }
+  // After a signal, for --resume-from: what was not handed out; "" when nothing is left.
+  std::string ResumePoint();
+
+ private:
+  bool Open(Batch* batch);
+  void ReadMore(Batch* batch);
+  void Close();
+
+  Paths paths_;
+  Cutter cutter_;
+  std::string kept_;  // of the piece that is not whole yet, between two batches
+  int descriptor_ = -1;
+  bool stream_ = false;
+  bool ended_ = false;
+  bool resuming_ = false;
+  std::string resume_input_;
+  uint64_t resume_number_ = 1;
+  uint64_t inputs_ = 0;
+};
+
+// What inputs hold, in order: certificates and what stands in a certificate's place. Either
+// function returns false to stop.
 class Finder {
  public:
-  using OnCertificate = std::function<bool(std::string_view input, uint32_t number, pkc::Octets)>;
+  using OnCertificate = std::function<bool(std::string_view input, uint64_t number, pkc::Octets)>;
   using OnProblem = std::function<bool(const Problem&)>;
 
   Finder(OnCertificate on_certificate, OnProblem on_problem)
       : on_certificate_(std::move(on_certificate)), on_problem_(std::move(on_problem)) {}
 
   // Reads each path ("-": standard input), folders' files in the order of their names when
-  // `recursive`. What cannot be read is a problem, and the rest goes on.
+  // `recursive`.
   void Read(const std::vector<std::string>& paths, bool recursive);
-  // The certificates in octets that are at hand.
-  bool Search(const std::string& input, pkc::Octets octets);
 
  private:
-  bool ReadPath(const std::string& path, bool recursive);
-  bool ReadFolder(const std::string& path);
-  bool ReadRegular(const std::string& path);
-  bool ReadStream(const std::string& path, int descriptor);
-
-  bool SearchPem(std::string_view text);
-  bool SearchBase64(std::string_view text);
-  bool FoundBase64(std::string_view body, uint32_t line, bool trusted);
-  bool Broken(std::string reason, uint32_t line = 0, bool counts = false);
-  bool Broken(pkc::Status status);
-
   OnCertificate on_certificate_;
   OnProblem on_problem_;
-  std::set<std::pair<dev_t, ino_t>> folders_;  // that were read for the path at hand
-  std::string input_;                          // the one at hand
-  uint32_t number_ = 0;                        // of its certificates so far
-  std::string base64_;
 };
-
-// "a PKCS #12 store" for DER that is some other well-known kind of file, else null.
-const char* NameForeignDer(pkc::Octets der);
-// Why something given as a certificate is none: the decoder's status and place, or what it is.
-Problem Undecoded(std::string_view input, uint32_t number, pkc::Octets der, pkc::Status status);
 
 }  // namespace corvid::tool
 

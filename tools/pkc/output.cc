@@ -47,22 +47,28 @@ void AppendCharacter(const char* locale, std::string_view character, std::string
 }  // namespace
 
 bool Output::Write(std::string_view text) {
-  if (error_ != 0) return false;
-  buffer_ += text;
-  return buffer_.size() < kBufferSize || Flush();
+  if (buffer_.size() + text.size() < kBufferSize) {
+    buffer_ += text;
+    return error_ == 0;
+  }
+  return Flush() && Send(text);
 }
 
 bool Output::Flush() {
-  std::string_view rest = buffer_;
-  while (error_ == 0 && !rest.empty()) {
-    const ssize_t count = write(descriptor_, rest.data(), rest.size());
+  Send(buffer_);
+  buffer_.clear();
+  return error_ == 0;
+}
+
+bool Output::Send(std::string_view text) {
+  while (error_ == 0 && !text.empty()) {
+    const ssize_t count = write(descriptor_, text.data(), text.size());
     if (count >= 0) {
-      rest.remove_prefix(static_cast<size_t>(count));
+      text.remove_prefix(static_cast<size_t>(count));
     } else if (errno != EINTR) {
       error_ = errno;
     }
   }
-  buffer_.clear();
   return error_ == 0;
 }
 

@@ -10,6 +10,7 @@ namespace corvid::tool {
 
 class Output {
  public:
+  // What is not flushed is lost.
   explicit Output(int descriptor) : descriptor_(descriptor) {}
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
@@ -21,6 +22,8 @@ class Output {
   int error() const { return error_; }
 
  private:
+  bool Send(std::string_view text);
+
   int descriptor_;
   int error_ = 0;
   std::string buffer_;

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "escape.h"
+#include "foreign.h"
 
 namespace corvid::tool {
 
@@ -38,8 +39,9 @@ void Describe(const Problem& problem, Report* report) {
   report->Object(nullptr, nullptr);
   report->Text("schema", nullptr, "corvid.error/1");
   report->Text("input", nullptr, problem.input);
-  if (problem.certificate != 0) report->Number("certificate", nullptr, problem.certificate);
-  if (problem.line != 0) report->Number("line", nullptr, problem.line);
+  if (problem.certificate != 0)
+    report->Number("certificate", nullptr, static_cast<int64_t>(problem.certificate));
+  if (problem.line != 0) report->Number("line", nullptr, static_cast<int64_t>(problem.line));
   if (problem.offset >= 0) report->Number("offset", nullptr, problem.offset);
   if (!problem.path.empty()) report->Text("path", nullptr, problem.path);
   if (problem.code != 0) {
@@ -47,6 +49,25 @@ void Describe(const Problem& problem, Report* report) {
   }
   report->Text("reason", nullptr, problem.reason);
   report->End();
+}
+
+Problem Undecoded(std::string_view input, uint64_t number, pkc::Octets der, pkc::Status status) {
+  const CVD_ASNFailure failure = pkc::DecodeFailure(status);
+  Problem problem;
+  problem.input = input;
+  problem.certificate = number;
+  problem.code = status.code();
+  const char* foreign = problem.exit() == kExitInput ? NameForeignDer(der) : nullptr;
+  if (foreign != nullptr) {
+    problem.code = 0;
+    problem.reason = std::string("is ") + foreign + ", not a certificate";
+    if (number == 1) problem.certificate = 0;
+    return problem;
+  }
+  problem.offset = failure.offset;
+  problem.path = failure.path;
+  problem.reason = ReasonOf(status);
+  return problem;
 }
 
 std::string ReasonOf(pkc::Status status) {

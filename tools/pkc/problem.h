@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "corvid/pkc.hpp"
 #include "report.h"
@@ -21,8 +22,8 @@ enum Exit : int {
 
 struct Problem {
   std::string input;         // as the user named it
-  uint32_t certificate = 0;  // its number in the input; 0: the whole input
-  uint32_t line = 0;         // of a text input; 0: does not apply
+  uint64_t certificate = 0;  // its number in the input; 0: the whole input
+  uint64_t line = 0;         // of a text input; 0: does not apply
   int64_t offset = -1;       // octets into the certificate's DER; -1: does not apply
   std::string path;          // the field
   uint32_t code = 0;         // 0: the reason says all
@@ -35,6 +36,11 @@ struct Problem {
 std::string Message(const Problem& problem);
 // The same as an object.
 void Describe(const Problem& problem, Report* report);
+
+// Why DER that stands in a certificate's place is none. What is no certificate may be some other
+// well-known thing, which says more than where decoding stopped; of an input's first piece it is
+// said of the whole input.
+Problem Undecoded(std::string_view input, uint64_t number, pkc::Octets der, pkc::Status status);
 
 // The reason of a code; codes without one are refusals.
 std::string ReasonOf(pkc::Status status);

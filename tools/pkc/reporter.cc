@@ -19,9 +19,7 @@ bool Reporter::Read(const Origin& origin, pkc::Octets der) {
   der_ = der;
   pkc::Certificate certificate;
   if (const pkc::Status status = certificate.Decode(der); !status.ok()) {
-    const CVD_ASNFailure failure = pkc::DecodeFailure(status);
-    problems_.push_back({std::string(origin.input), origin.certificate, 0, failure.offset,
-                         failure.path, status.code(), ReasonOf(status)});
+    problems_.push_back(Undecoded(origin.input, origin.certificate, der, status));
     return false;
   }
   Certificate(*certificate);
@@ -33,7 +31,7 @@ void Reporter::Certificate(const CVD_Certificate& certificate) {
   report_.Object(nullptr, nullptr);
   report_.Text("schema", nullptr, "corvid.certificate/1");
   report_.Text("input", nullptr, origin_.input);
-  report_.Number("certificate", nullptr, origin_.certificate);
+  report_.Number("certificate", nullptr, static_cast<int64_t>(origin_.certificate));
   report_.Number("version", "Version", (tbs.present & 0x80) != 0 ? int64_t{tbs.version} + 1 : 1);
   Serial("serialNumber", "Serial number", tbs.serialNumber);
   Algorithm("signature", "Signature algorithm", tbs.signature);

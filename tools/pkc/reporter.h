@@ -20,7 +20,7 @@ class Reporter {
   // Where the certificate comes from; goes into the report and into every problem.
   struct Origin {
     std::string_view input;
-    uint32_t certificate;
+    uint64_t certificate;
   };
 
   explicit Reporter(bool upper_labels) : upper_labels_(upper_labels) {}
