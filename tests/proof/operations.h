@@ -1,0 +1,121 @@
+// Every exported function as an operation on a sample. The proofs about memory, bounds and threads
+// run them all, and the bench measures them on the largest shapes.
+#ifndef CORVID_TESTS_PROOF_OPERATIONS_H_
+#define CORVID_TESTS_PROOF_OPERATIONS_H_
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "corvid/asn.h"
+#include "corvid/codec.h"
+#include "corvid/common.h"
+#include "corvid/crl.h"
+#include "corvid/csp.h"
+#include "corvid/io.h"
+#include "corvid/pkc.h"
+#include "support/support.h"
+
+namespace corvid::test {
+
+// What the operations read. What is left empty makes its operations fail at the door.
+struct Inputs {
+  Octets certificate = {};
+  Octets issuer = {};
+  Octets list = {};
+  Octets pem = {};       // of the certificate
+  Octets pem_list = {};  // of another list
+  Octets subject_key_id = {};
+  Octets authority_key_id = {};
+  Octets identity_data = {};
+  Octets string = {};  // a directory string
+  Octets rsa_key = {};
+  Octets kcdsa_parameters = {};
+  Octets value = {};  // decoded as each type
+  Octets vid = {};
+  std::string name = {};
+  std::string attribute = {};
+  std::string base64 = {};
+  std::string dotted = {};
+  std::string utf8 = {};
+  std::string local = {};  // in the set of the locale
+  std::string path = {};
+};
+
+// Inputs, decoded as far as they decode. Read only: any number of threads may use one.
+class Sample {
+ public:
+  explicit Sample(Inputs inputs);
+  Sample(const Sample&) = delete;
+  Sample& operator=(const Sample&) = delete;
+  ~Sample();
+  // The first extension CVD_OID_*, as the list that begins with it; null without it.
+  const CVD_ExtensionNode* Node(int32_t oid) const;
+
+  const Inputs in;
+  const BIN der;
+  const BIN list;
+  const BIN pem;
+  const BIN subject_key_id;
+  const BIN authority_key_id;
+  const BIN identity_data;
+  const BIN string;
+  const BIN rsa_key;
+  const BIN kcdsa_parameters;
+  const BIN value;
+  const BIN vid;
+  const BIN pem_list;
+  CVD_Certificate* const certificate;
+  CVD_Certificate* const issuer;
+  const CVD_ExtensionNode* extensions = nullptr;
+  CVD_CRL* crl = nullptr;
+};
+
+// Where the operations write. As Clear leaves it, an output that a function wrote shows.
+struct Results {
+  BIN bin[3];
+  char* text;
+  void* record;  // of the type `pdu`
+  int32_t pdu;
+  CVD_Name name;
+  CVD_BIN_LIST* lists[2];
+  StrBuf buffer;
+  CVD_OID oid;
+  Huge huge;
+  CVD_CRL* crl;
+  int32_t number;
+  uint32_t flags;
+  char texts[6][1100];
+  PKCCertInfoEx info;
+};
+void Clear(Results* results);
+bool AreClear(const Results& results);
+// All that the results hold, what their pointers lead to included.
+std::string Describe(const Results& results);
+// Releases what the results own, as the headers say.
+void Release(Results* results);
+
+// What a failing allocation leaves of the outputs.
+enum class After : uint8_t {
+  kUntouched,  // all as it was
+  kPartial,    // what was written before
+  kLess,       // the same; and the function may go on without the part that failed
+  kNever,      // the function allocates nothing
+};
+
+struct Operation {
+  const char* function;
+  After after;
+  std::vector<uint32_t> codes;  // of a failing allocation; none: the function has no status
+  uint32_t (*run)(const Sample& sample, Results* out);
+};
+std::span<const Operation> Operations();
+
+// The samples with which each operation succeeds, and all its allocations happen.
+Inputs RichInputs();
+Inputs KcdsaInputs();
+
+}  // namespace corvid::test
+
+#endif  // CORVID_TESTS_PROOF_OPERATIONS_H_

@@ -1,0 +1,176 @@
+// The samples with which every operation succeeds, and all its allocations happen: a certificate
+// with every extension that is rendered, and one with a KCDSA key.
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/rsa.h>
+#include <openssl/x509.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "proof/operations.h"
+
+namespace corvid::test {
+namespace {
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+const Octets kHangul = Hex("ED998DEAB8B8EB8F99");  // in UTF-8
+const Octets kText = Der(0x0C, kHangul);
+
+Octets Repeat(const Octets& part, int count) {
+  Octets all;
+  for (int i = 0; i < count; ++i) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+// A BIT STRING with the key's SHA-256 signature.
+Octets Sign(EVP_PKEY* key, const Octets& data) {
+  Octets signature(static_cast<size_t>(EVP_PKEY_get_size(key)));
+  size_t length = signature.size();
+  EVP_MD_CTX* context = EVP_MD_CTX_new();
+  EXPECT_EQ(EVP_DigestSignInit(context, nullptr, EVP_sha256(), nullptr, key), 1);
+  EXPECT_EQ(EVP_DigestSign(context, signature.data(), &length, data.data(), data.size()), 1);
+  EVP_MD_CTX_free(context);
+  return Der(0x03, Join({Hex("00"), signature}));
+}
+
+Octets PublicKeyInfo(EVP_PKEY* key) {
+  uint8_t* der = nullptr;
+  const int length = i2d_PUBKEY(key, &der);
+  const Octets octets(der, der + length);
+  OPENSSL_free(der);
+  return octets;
+}
+
+const Octets& IssuerName() {
+  static const Octets name = Name({{"2.5.4.10", kText}, {"2.5.4.3", Der(0x0C, "CA")}});
+  return name;
+}
+
+// More RDNs, and one RDN of more attributes, than a work area holds; and texts that outgrow one.
+Octets LongName() {
+  const Octets unit = Sequence({Oid("2.5.4.11"), kText});
+  const Octets common_name = Sequence({Oid("2.5.4.3"), Der(0x1E, Repeat(Hex("AC00"), 300))});
+  return Der(0x30, Join({Repeat(Der(0x31, unit), 70), Der(0x31, Repeat(unit, 70)),
+                         Der(0x31, common_name)}));
+}
+
+std::vector<Octets> Extensions(const Octets& identity) {
+  const Octets directory = Der(0xA4, IssuerName());
+  const Octets other = Sequence({Oid("1.2.3.4"), Der(0xA0, kText)}, 0xA0);
+  const Octets holder = Sequence({Oid("1.2.410.200004.10.1.1"), Der(0xA0, identity)}, 0xA0);
+  const Octets names = Join({Der(0x82, "example.com"), directory, other, Hex("8704C0A80001")});
+  const Octets notice =
+      Sequence({Oid("1.3.6.1.5.5.7.2.2"), Der(0x30, Der(0x1E, Repeat(Hex("AC00"), 199)))});
+  const Octets cps = Sequence({Oid("1.3.6.1.5.5.7.2.1"), Der(0x16, "http://cps")});
+  // In distribution points a text is converted once more, so names in them stay ASCII.
+  const Octets point = Der(0x1E, Repeat(Hex("0041"), 600));
+  const Octets relative = Sequence({Sequence({Oid("2.5.4.3"), point})}, 0xA1);
+  const Octets full = Der(0xA0, Join({Der(0x86, kHangul), Der(0xA4, Name({{"2.5.4.3", point}}))}));
+  const Octets points =
+      Join({Der(0x30, Der(0xA0, full)), Der(0x30, Join({Der(0xA0, relative), Hex("81020640")}))});
+  const Octets access =
+      Join({Sequence({Oid("1.3.6.1.5.5.7.48.1"), Der(0x86, "http://ocsp")}),
+            Sequence({Oid("1.2.3.5"), directory}), Sequence({Oid("1.2.3.6"), other})});
+  return {
+      Extension("2.5.29.35", Hex("3007 8002AABB 820107")),
+      Extension("2.5.29.14", Hex("0404AABBCCDD")),
+      Extension("2.5.29.15", Hex("03020186"), true),
+      Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3"), Sequence({cps, notice})}),
+                                       Sequence({Oid("1.2.4")})})),
+      Extension("2.5.29.17", Der(0x30, Join({names, holder}))),
+      Extension("2.5.29.18", Der(0x30, names)),
+      Extension("2.5.29.19", Hex("30060101FF020100")),
+      Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.1"), Oid("1.2.3.7")})),
+      Extension("2.5.29.31", Der(0x30, points)),
+      Extension("1.3.6.1.5.5.7.1.1", Der(0x30, access)),
+      Extension("2.16.840.1.113730.1.1", Hex("030200FF")),
+      Extension("1.2.410.100001.5.7.101.4", kText),
+  };
+}
+
+// An indirect list with entries of two issuers.
+Octets RevocationList(EVP_PKEY* key) {
+  const auto entry = [](const char* serial, const Octets& issuer) {
+    const Octets extension = Extension("2.5.29.29", Der(0x30, Der(0xA4, issuer)), true);
+    return Sequence({Hex(serial), Der(0x17, "260115000000Z"), Der(0x30, extension)});
+  };
+  const Octets algorithm = Sequence({Oid("1.2.840.113549.1.1.11"), Hex("0500")});
+  const Octets tbs = Sequence(
+      {Hex("020101"), algorithm, IssuerName(), Der(0x17, "260101000000Z"),
+       Sequence({entry("020105", IssuerName()), entry("020106", Name({{"2.5.4.3", kText}}))}),
+       Der(0xA0, Der(0x30, Extension("2.5.29.28", Hex("30038401FF"), true)))});
+  return Sequence({tbs, algorithm, Sign(key, tbs)});
+}
+
+Octets Pem(const Octets& der, const std::string& label) {
+  const Input input(der);
+  char* text = nullptr;
+  EXPECT_EQ(CVD_BinToBase64(input.bin(), &text), 0u);
+  const std::string pem =
+      "-----BEGIN " + label + "-----\n" + text + "\n-----END " + label + "-----\n";
+  CVD_free(text);
+  return OctetsOf(pem);
+}
+
+Octets SignedCertificate(CertificateParts parts, EVP_PKEY* key) {
+  const Certificate unsigned_one(MakeCertificate(parts));
+  Output tbs;
+  EXPECT_EQ(CVD_ASN_EncodePDU(&tbs, unsigned_one.get(), CVD_PDU_TBS_CERTIFICATE), 0u);
+  parts.signature = Sign(key, tbs.octets());
+  return MakeCertificate(parts);
+}
+
+}  // namespace
+
+Inputs RichInputs() {
+  const Key key(EVP_RSA_gen(1024), EVP_PKEY_free);
+  Inputs in;
+  in.subject_key_id = Der(0x04, Octets(20, 0x22));
+  in.authority_key_id = Hex("3006 8004AABBCCDD");
+  Output vid;
+  EXPECT_EQ(
+      CVD_PKC_ComputeVID(&vid, CVD_HASH_SHA256, "1234561234567", Input(in.subject_key_id).bin()),
+      0u);
+  in.vid = vid.octets();
+  const Octets vid_der =
+      Sequence({Sequence({Oid("2.16.840.1.101.3.4.2.1")}), Der(0xA0, Der(0x04, in.vid))});
+  in.identity_data =
+      Sequence({kText, Sequence({Sequence({Oid("1.2.410.200004.10.1.1.1"), vid_der})})});
+  CertificateParts parts{.issuer = IssuerName(),
+                         .subject = LongName(),
+                         .spki = PublicKeyInfo(key.get()),
+                         .extensions = Extensions(in.identity_data)};
+  in.certificate = SignedCertificate(parts, key.get());
+  parts.subject = IssuerName();
+  in.issuer = SignedCertificate(parts, key.get());
+  in.list = RevocationList(key.get());
+  in.pem = Pem(in.certificate, "CERTIFICATE");
+  in.pem_list = Pem(in.list, "X509 CRL");
+  in.string = Der(0x1E, Repeat(Hex("AC00"), 400));
+  in.rsa_key = Hex("3007 020200A5 020103");
+  in.kcdsa_parameters = Hex("3014 020107 020105 020103 020102 3008 040101 0203010001");
+  in.value = Der(0x30, Repeat(Hex("3000"), 600));  // points: more nodes than is guessed
+  in.name = "cn=\xC8\xAB\xB1\xE6\xB5\xBF,ou=a+e=b@c+t=d,dc=e,l=f,dnqualifier=g,id=h,c=KR";
+  in.attribute = "cn = \xC8\xAB\xB1\xE6\xB5\xBF";
+  in.base64 = "AQIDBA==";
+  in.dotted = "1.2.410.200004.10";
+  for (int i = 0; i < 300; ++i) {
+    in.utf8.append(kHangul.begin(), kHangul.end());
+    in.local += "\xC8\xAB\xB1\xE6\xB5\xBF";
+  }
+  in.path = CORVID_SOURCE_DIR "/examples/sample.der";
+  return in;
+}
+
+Inputs KcdsaInputs() {
+  const auto vectors =
+      nlohmann::json::parse(ReadFile(std::string(CORVID_VECTORS_DIR) + "/kcdsa_certificates.json"));
+  Inputs in;
+  in.certificate = Hex(std::string(vectors.at("certificates").at(0).at("der")));
+  in.issuer = in.certificate;
+  return in;
+}
+
+}  // namespace corvid::test
