@@ -98,7 +98,8 @@ tool::Verdict Verify(const Case& c) {
     static_cast<void>(lists[i].Load({der.data(), der.size()}));
     EXPECT_TRUE(lists[i].list || lists[i].refused) << c.lists[i];
   }
-  return tool::VerifyChain(store, lists, {kTime, 0, true}, index);
+  tool::SignatureCache cache;
+  return tool::VerifyChain(store, lists, {kTime, 0, true}, store.at(index), &cache);
 }
 
 std::string Noes(const tool::Verdict& verdict) {

@@ -21,7 +21,8 @@ bool IsSelfIssued(const Candidate& candidate) {
 struct Work {
   uint32_t verifications_left = kMostVerifications;
   bool exhausted = false;
-  std::vector<size_t> signers = {};  // whose chains are being searched for, outermost first
+  std::vector<const Candidate*> signers =
+      {};  // whose chains are being searched for, outermost first
 
   bool Spend() {
     exhausted = exhausted || verifications_left == 0;
@@ -35,7 +36,7 @@ enum class End : uint8_t { kTrusted, kNoIssuer, kBadSignature, kTooLong, kGivenU
 struct Ending {
   End end;
   uint32_t code = 0;
-  size_t issuer = 0;  // of a bad signature
+  const Candidate* issuer = nullptr;  // of a bad signature
 };
 
 // What a list says of a certificate, the stronger the higher.
@@ -49,24 +50,28 @@ struct Finding {
 
 class ChainSearch {
  public:
-  static constexpr size_t kAnyAnchor = SIZE_MAX;
-
-  // `anchor`: the one that a chain must end in, unless it is of a trusted certificate alone.
+  // `anchor`: the one that a chain must end in, unless it is of a trusted certificate alone; null
+  // for any.
   ChainSearch(const CertificateStore& store, const std::vector<GivenList>& lists,
-              const Question& question, size_t anchor, Work* work)
-      : store_(store), lists_(lists), question_(question), anchor_(anchor), work_(*work) {}
+              const Question& question, const Candidate* anchor, Work* work, SignatureCache* cache)
+      : store_(store),
+        lists_(lists),
+        question_(question),
+        anchor_(anchor),
+        work_(*work),
+        cache_(*cache) {}
 
-  Verdict Run(size_t target) {
-    path_ = {target};
+  Verdict Run(const Candidate& target) {
+    path_ = {&target};
     Extend();
     return std::move(best_);
   }
 
  private:
-  const Candidate& Given(size_t step) const { return store_.at(path_[step]); }
+  const Candidate& Given(size_t step) const { return *path_[step]; }
 
   bool Extend();
-  std::vector<size_t> Issuers() const;
+  std::vector<const Candidate*> Issuers() const;
   int Rank(const Candidate& child, const Candidate& candidate) const;
   bool Settle(const Ending& ending);
   Verdict Judge(const Ending& ending);
@@ -74,30 +79,30 @@ class ChainSearch {
   void CheckStatus(size_t step, Checks* checks);
   Finding Ask(const GivenList& list, size_t step);
   uint32_t CheckSigner(const GivenList& list, size_t step);
-  bool IsSigner(const GivenList& list, size_t candidate, size_t step);
+  bool IsSigner(const GivenList& list, const Candidate& signer, size_t step);
   bool IsOfTheSameCa(const Candidate& signer, size_t step) const;
 
   const CertificateStore& store_;
   const std::vector<GivenList>& lists_;
   const Question& question_;
-  size_t anchor_;
+  const Candidate* anchor_;
   Work& work_;
-  std::vector<size_t> path_;
+  SignatureCache& cache_;
+  std::vector<const Candidate*> path_;
   Verdict best_;
   bool best_trusted_ = false;
 };
 
 // True once a chain passes. Every step costs a verification, so that they bound the search.
 bool ChainSearch::Extend() {
-  const Candidate& child = store_.at(path_.back());
+  const Candidate& child = *path_.back();
   if (child.trusted) return Settle({End::kTrusted});
   if (path_.size() == kMostCertificates) return Settle({End::kTooLong});
-  const std::vector<size_t> issuers = Issuers();
+  const std::vector<const Candidate*> issuers = Issuers();
   if (issuers.empty()) return Settle({End::kNoIssuer});
-  for (const size_t issuer : issuers) {
+  for (const Candidate* issuer : issuers) {
     if (!work_.Spend()) return Settle({End::kGivenUp});
-    const uint32_t status =
-        CVD_PKC_VerifySignature(&*child.certificate, &*store_.at(issuer).certificate);
+    const uint32_t status = cache_.Verify(child, *issuer);
     if (status != 0) {
       Settle({End::kBadSignature, status, issuer});
       continue;
@@ -111,20 +116,20 @@ bool ChainSearch::Extend() {
 }
 
 // The candidates for the issuer of the path's last certificate, likely ones first.
-std::vector<size_t> ChainSearch::Issuers() const {
-  const Candidate& child = store_.at(path_.back());
+std::vector<const Candidate*> ChainSearch::Issuers() const {
+  const Candidate& child = *path_.back();
   const CVD_Name& name = Tbs(child).issuer;
   if (name.rdnSequence == nullptr) return {};  // RFC 5280 section 4.1.2.4
   std::vector<std::pair<int, size_t>> found;
   for (size_t i = 0; i < store_.size(); ++i) {
     if (CVD_ASN_CmpName(&Tbs(store_.at(i)).subject, &name) != 0) continue;
-    if (std::find(path_.begin(), path_.end(), i) != path_.end()) continue;
+    if (std::find(path_.begin(), path_.end(), &store_.at(i)) != path_.end()) continue;
     found.emplace_back(Rank(child, store_.at(i)), i);
   }
   std::sort(found.begin(), found.end());
-  std::vector<size_t> issuers;
+  std::vector<const Candidate*> issuers;
   issuers.reserve(found.size());
-  for (const auto& [rank, index] : found) issuers.push_back(index);
+  for (const auto& [rank, index] : found) issuers.push_back(&store_.at(index));
   return issuers;
 }
 
@@ -139,7 +144,7 @@ int ChainSearch::Rank(const Candidate& child, const Candidate& candidate) const 
 // The path is complete, or goes no further. True when it passes.
 bool ChainSearch::Settle(const Ending& ending) {
   const bool trusted = ending.end == End::kTrusted;
-  if (trusted && anchor_ != kAnyAnchor && path_.size() > 1 && path_.back() != anchor_) return false;
+  if (trusted && anchor_ != nullptr && path_.size() > 1 && path_.back() != anchor_) return false;
   const bool better =
       std::pair(trusted, path_.size()) > std::pair(best_trusted_, best_.chain.size());
   if (!trusted && !better) return false;
@@ -187,7 +192,7 @@ Verdict ChainSearch::Judge(const Ending& ending) {
 
 // What stands in place of the next certificate.
 void ChainSearch::CheckEnd(const Ending& ending, Checks* checks) const {
-  const Candidate& last = store_.at(path_.back());
+  const Candidate& last = *path_.back();
   switch (ending.end) {
     case End::kTrusted:
       return checks->push_back({"trust", Result::kOk});
@@ -207,7 +212,7 @@ void ChainSearch::CheckEnd(const Ending& ending, Checks* checks) const {
   }
   const bool unsupported =
       ending.code == PKC_ERR_UNKNOWN_SIGNID || ending.code == PKC_ERR_UNKNOWN_PKEYID;
-  checks->push_back({"issuer", Result::kOk, 0, store_.at(ending.issuer).subject});
+  checks->push_back({"issuer", Result::kOk, 0, ending.issuer->subject});
   checks->push_back(
       {"signature", Result::kNo, ending.code, unsupported ? "the algorithm is not supported" : ""});
 }
@@ -265,10 +270,10 @@ Finding ChainSearch::Ask(const GivenList& list, size_t step) {
 // that has a chain of its own to the same anchor (RFC 5280 section 6.3.3, step f).
 uint32_t ChainSearch::CheckSigner(const GivenList& list, size_t step) {
   if (!work_.Spend()) return CVD_CRL_ERR_SIGNATURE;
-  const uint32_t status = CVD_CRL_VerifySignature(list.list.get(), &*Given(step + 1).certificate);
+  const uint32_t status = cache_.Verify(list, Given(step + 1));
   if (status == 0) return 0;
   for (size_t i = 0; i < store_.size() && !work_.exhausted; ++i) {
-    if (IsSigner(list, i, step)) return 0;
+    if (IsSigner(list, store_.at(i), step)) return 0;
   }
   return status;
 }
@@ -295,41 +300,51 @@ bool ChainSearch::IsOfTheSameCa(const Candidate& signer, size_t step) const {
 }
 
 // A signer whose own chain is being searched for says nothing about the status of that chain.
-bool ChainSearch::IsSigner(const GivenList& list, size_t candidate, size_t step) {
-  if (candidate == path_[step + 1]) return false;
-  const std::vector<size_t>& open = work_.signers;
+bool ChainSearch::IsSigner(const GivenList& list, const Candidate& signer, size_t step) {
+  if (&signer == path_[step + 1]) return false;
+  const std::vector<const Candidate*>& open = work_.signers;
   if (open.size() == kMostNestedSigners) return false;
-  if (std::find(open.begin(), open.end(), candidate) != open.end()) return false;
-  const Candidate& signer = store_.at(candidate);
+  if (std::find(open.begin(), open.end(), &signer) != open.end()) return false;
   if (CVD_ASN_CmpName(list.issuer(), &Tbs(signer).subject) != 0) return false;
   if (!NamesCrlSign(Tbs(signer)) || !IsOfTheSameCa(signer, step) || !work_.Spend()) return false;
-  if (CVD_CRL_VerifySignature(list.list.get(), &*signer.certificate) != 0) return false;
-  work_.signers.push_back(candidate);
+  if (cache_.Verify(list, signer) != 0) return false;
+  work_.signers.push_back(&signer);
   const Question question{question_.at, 0, true};
   const bool valid =
-      ChainSearch(store_, lists_, question, path_.back(), &work_).Run(candidate).valid;
+      ChainSearch(store_, lists_, question, path_.back(), &work_, &cache_).Run(signer).valid;
   work_.signers.pop_back();
   return valid;
 }
 
 }  // namespace
 
+pkc::Status Candidate::Load(pkc::Octets der) {
+  if (const pkc::Status status = certificate.Decode(der); !status.ok()) return status;
+  subject_key = SubjectKeyIdentifier(*certificate);
+  authority_key = AuthorityKeyIdentifier(*certificate);
+  return 0;
+}
+
 pkc::Status CertificateStore::Add(pkc::Octets der, bool trusted, size_t* index) {
-  const auto known = indices_.find(std::string(der.text()));
+  const auto known = indices_.find(der.text());
   if (known != indices_.end()) {
     *index = known->second;
     candidates_[*index].trusted = candidates_[*index].trusted || trusted;
     return 0;
   }
-  pkc::Certificate certificate;
-  if (const pkc::Status status = certificate.Decode(der); !status.ok()) return status;
+  Candidate candidate;
+  if (const pkc::Status status = candidate.Load(der); !status.ok()) return status;
+  candidate.trusted = trusted;
+  candidate.stored = true;
   *index = candidates_.size();
-  std::string subject_key = SubjectKeyIdentifier(*certificate);
-  std::string authority_key = AuthorityKeyIdentifier(*certificate);
-  candidates_.push_back(
-      {std::move(certificate), trusted, std::move(subject_key), std::move(authority_key)});
+  candidates_.push_back(std::move(candidate));
   indices_.emplace(der.text(), *index);
   return 0;
+}
+
+const Candidate* CertificateStore::Find(pkc::Octets der) const {
+  const auto known = indices_.find(der.text());
+  return known == indices_.end() ? nullptr : &candidates_[known->second];
 }
 
 pkc::Status GivenList::Load(pkc::Octets der) {
@@ -346,10 +361,38 @@ const CVD_Name* GivenList::issuer() const {
   return CVD_CRL_GetInfo(list.get(), &info) == 0 ? info.issuer : nullptr;
 }
 
+size_t SignatureCache::Hash::operator()(const Key& key) const {
+  const std::hash<const void*> hash;
+  return hash(key.first) * 31 + hash(key.second);
+}
+
+template <typename Check>
+uint32_t SignatureCache::Remembered(const Key& key, Check check) {
+  constexpr size_t kMost = 1U << 16;
+  if (const auto known = known_.find(key); known != known_.end()) return known->second;
+  const uint32_t status = check();
+  const bool told = status == 0 || status == PKC_ERR_INVALID_SIGNATURE ||
+                    status == CVD_CRL_ERR_SIGNATURE;  // and not, for example, out of memory
+  if (told && known_.size() < kMost) known_.emplace(key, status);
+  return status;
+}
+
+uint32_t SignatureCache::Verify(const Candidate& certificate, const Candidate& signer) {
+  const auto check = [&] {
+    return CVD_PKC_VerifySignature(&*certificate.certificate, &*signer.certificate);
+  };
+  return certificate.stored ? Remembered({&certificate, &signer}, check) : check();
+}
+
+uint32_t SignatureCache::Verify(const GivenList& list, const Candidate& signer) {
+  return Remembered({&list, &signer},
+                    [&] { return CVD_CRL_VerifySignature(list.list.get(), &*signer.certificate); });
+}
+
 Verdict VerifyChain(const CertificateStore& store, const std::vector<GivenList>& lists,
-                    const Question& question, size_t target) {
+                    const Question& question, const Candidate& target, SignatureCache* cache) {
   Work work;
-  Verdict verdict = ChainSearch(store, lists, question, ChainSearch::kAnyAnchor, &work).Run(target);
+  Verdict verdict = ChainSearch(store, lists, question, nullptr, &work, cache).Run(target);
   if (!verdict.valid && work.exhausted) {
     verdict.chain.front().checks.push_back(
         {"search", Result::kNo, 0,

@@ -5,8 +5,11 @@
 #define CORVID_TOOLS_PKC_CHAIN_H_
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "certificate_checks.h"
@@ -20,9 +23,13 @@ struct Candidate {
   std::string subject_key;  // the key identifiers that it carries
   std::string authority_key;
   std::string input = {};  // for those who read the answer: where it comes from, and its names
-  uint32_t number = 0;
+  uint64_t number = 0;
   std::string subject = {};
   std::string issuer = {};
+  bool stored = false;  // in a store, for as long as that lives
+
+  // Reads the certificate and its key identifiers.
+  pkc::Status Load(pkc::Octets der);
 };
 
 // Every certificate that was given, once.
@@ -31,13 +38,18 @@ class CertificateStore {
   // `*index` is the place of the certificate, which may have been there before; it is trusted when
   // it was given as such at least once.
   pkc::Status Add(pkc::Octets der, bool trusted, size_t* index);
+  // Null when it is not there.
+  const Candidate* Find(pkc::Octets der) const;
   size_t size() const { return candidates_.size(); }
   Candidate& at(size_t index) { return candidates_[index]; }
   const Candidate& at(size_t index) const { return candidates_[index]; }
 
  private:
   std::vector<Candidate> candidates_;
-  std::unordered_map<std::string, size_t> indices_;  // by DER
+  struct Hash : std::hash<std::string_view> {
+    using is_transparent = void;
+  };
+  std::unordered_map<std::string, size_t, Hash, std::equal_to<>> indices_;  // by DER
 };
 
 // A revocation list that was given. Of one that is refused the issuer is known when it decodes at
@@ -59,7 +71,7 @@ struct Question {
 };
 
 struct CheckedCertificate {
-  size_t index;  // in the store
+  const Candidate* given;
   Checks checks;
 };
 // The first chain that passes, else the longest that ends in trust, else the longest.
@@ -73,8 +85,29 @@ constexpr size_t kMostCertificates = 16;      // of a chain
 constexpr uint32_t kMostVerifications = 256;  // of signatures, those of lists included
 constexpr size_t kMostNestedSigners = 4;      // of lists about the signers of lists
 
+// What signature checks have given, by who signed what: chains to the same anchors have most of
+// their links in common. A remembered check counts as one towards the limits, so that an answer
+// does not depend on earlier ones. One a thread.
+class SignatureCache {
+ public:
+  uint32_t Verify(const Candidate& certificate, const Candidate& signer);
+  uint32_t Verify(const GivenList& list, const Candidate& signer);
+
+ private:
+  using Key = std::pair<const void*, const Candidate*>;
+  struct Hash {
+    size_t operator()(const Key& key) const;
+  };
+  template <typename Check>
+  uint32_t Remembered(const Key& key, Check check);
+
+  std::unordered_map<Key, uint32_t, Hash> known_;
+};
+
+// The target may be a certificate of the store, or another one. The cache serves one store and its
+// lists.
 Verdict VerifyChain(const CertificateStore& store, const std::vector<GivenList>& lists,
-                    const Question& question, size_t target);
+                    const Question& question, const Candidate& target, SignatureCache* cache);
 
 }  // namespace corvid::tool
 

@@ -1,7 +1,6 @@
 // The four forms of output.
 #include "presenter.h"
 
-#include <algorithm>
 #include <string>
 
 #include "output.h"
@@ -21,8 +20,7 @@ void Presenter::Show(std::string_view input, uint64_t number, const Report& repo
   switch (style_.format) {
     case Format::kText: {
       std::string text = "\n";
-      AppendHeading(std::string(input) + ": certificate " + std::to_string(number), style_.colour,
-                    &text);
+      AppendHeading(Place(input, number), style_.colour, &text);
       AppendText(report, style_.colour, &text);
       out += ToCharset(style_.locale, text);
       return;
@@ -59,7 +57,7 @@ void Presenter::Fail(const Problem& problem) {
 
 // After what was shown so far, for those who see both in one terminal.
 void Presenter::Tell(const Problem& problem) {
-  outcome_->exit = std::max<int>(outcome_->exit, problem.exit());
+  Raise(problem.exit());
   outcome_->messages.push_back(
       {outcome_->out.size(), ToCharset(style_.locale, "pkc: " + Message(problem) + '\n')});
 }

@@ -2,6 +2,7 @@
 #ifndef CORVID_TOOLS_PKC_PRESENTER_H_
 #define CORVID_TOOLS_PKC_PRESENTER_H_
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -37,6 +38,8 @@ class Presenter {
   void Show(std::string_view input, uint64_t number, const Report& report,
             const std::vector<Problem>& problems);
   void Show(std::string_view input, uint64_t number, const Report& report, const Problem* answer);
+  // The exit status is at least that.
+  void Raise(int exit) { outcome_->exit = std::max(outcome_->exit, exit); }
   // What stands in place of a certificate.
   void Fail(const Problem& problem);
 

@@ -19,6 +19,10 @@ Exit Problem::exit() const {
   return no_memory ? kExitSystem : kExitInput;
 }
 
+std::string Place(std::string_view input, uint64_t number) {
+  return std::string(input) + ": certificate " + std::to_string(number);
+}
+
 std::string Message(const Problem& problem) {
   std::string text;
   AppendSafeText(problem.input, Backslash::kDouble, &text);

@@ -32,6 +32,8 @@ struct Problem {
   Exit exit() const;
 };
 
+// "a.pem: certificate 2".
+std::string Place(std::string_view input, uint64_t number);
 // "a.pem: certificate 2: octet 7 (tbsCertificate.version): 1012 another element ...", safe to show.
 std::string Message(const Problem& problem);
 // The same as an object.

@@ -1,28 +1,32 @@
-// `pkc verify`: reads what chains are made of, asks for a chain for each certificate, and prints
-// every check with its result.
-#include <unistd.h>
-
+// `pkc verify`: reads what chains are made of, and asks for a chain for each certificate.
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdlib>
 #include <ctime>
 #include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "chain.h"
 #include "input.h"
+#include "interrupt.h"
 #include "output.h"
 #include "problem.h"
 #include "report.h"
 #include "reporter.h"
+#include "run.h"
 #include "time_text.h"
 #include "verb.h"
+#include "verify_worker.h"
 
 namespace corvid::tool {
 namespace {
+
+// Of more certificates than that, or of more text, none is a candidate for the others' chains.
+constexpr size_t kMostAhead = 1000;
+constexpr size_t kMostTextAhead = 64U << 20;
 
 struct Usage {
   const char* name;
@@ -34,73 +38,94 @@ constexpr Usage kUsages[] = {
 };
 
 struct Options {
-  std::vector<std::string> certificates;
+  RunOptions run;
   std::vector<std::string> trust;
   std::vector<std::string> issuers;
   std::vector<std::string> lists;
   std::string at;
   std::string usage;
-  bool json = false;
 };
-
-std::string Place(std::string_view input, uint32_t number) {
-  return std::string(input) + ": certificate " + std::to_string(number);
-}
 
 class Verify {
  public:
   explicit Verify(const Options& options)
       : options_(options),
-        colour_(isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr ? Colour::kTerminal
-                                                                                 : Colour::kNever) {
-    question_ = {std::time(nullptr), 0, !options.lists.empty()};
-    if (!options.at.empty()) ParseTime(options.at, &question_.at);
+        style_(MakeStyle(options.run, kVerifyFields, FindCharset("utf-8"))),
+        reader_(options.run.input) {
+    Question& question = evidence_.question;
+    question = {std::time(nullptr), 0, !options.lists.empty()};
+    if (!options.at.empty()) ParseTime(options.at, &question.at);
     for (const Usage& usage : kUsages) {
-      if (options.usage == usage.name) question_.usage = usage.number;
+      if (options.usage == usage.name) question.usage = usage.number;
     }
-    errors_.List(nullptr, nullptr);
   }
 
-  int Run() {
-    ReadCertificates(options_.certificates, false, true);
-    ReadCertificates(options_.trust, true, false);
-    ReadCertificates(options_.issuers, false, false);
+  int Go() {
+    ReadAhead();
+    ReadCertificates(options_.trust, true);
+    ReadCertificates(options_.issuers, false);
     for (const std::string& path : options_.lists) ReadLists(path);
-    if (options_.json) Open();
-    for (const Target& target : targets_) Answer(target);
-    if (options_.json) Close();
-    if (out_.Flush()) return exit_;
-    TellOutputFailure(out_.error());
-    return kExitSystem;
+    CatchInterrupts();
+    Document document;
+    document.opening = "{\n  \"schema\": \"corvid.verification/1\",\n  \"at\": \"";
+    document.opening += TimeText(evidence_.question.at).view();
+    document.opening += "\",\n  \"certificates\": [";
+    document.errors = std::move(early_errors_);
+    Run run(options_.run, style_, std::move(document));
+    return run.Go(
+        &reader_, [this](Batch* batch) { return Next(batch); },
+        [this] { return std::make_unique<VerifyWorker>(style_, evidence_); }, exit_);
   }
 
  private:
-  struct Target {
-    size_t index;
-    std::string input;
-    uint32_t number;
-  };
+  // The certificates to be asked about are candidates for one another, when they are few.
+  void ReadAhead() {
+    size_t count = 0;
+    size_t octets = 0;
+    while (count <= kMostAhead && octets <= kMostTextAhead) {
+      ahead_.emplace_back();
+      if (!reader_.Next(&ahead_.back())) {
+        ahead_.pop_back();
+        for (Batch& batch : ahead_) AddCandidates(&batch);
+        return;
+      }
+      count += ahead_.back().pieces.size();
+      octets += ahead_.back().text.size();
+    }
+    Say("pkc: these are many certificates: only those of --trust and --issuer issue others\n");
+  }
 
-  // ---- input ---------------------------------------------------------------------------------
+  void AddCandidates(Batch* batch) {
+    PieceDecoder decoder;
+    Problem problem;
+    for (const Piece& piece : batch->pieces) {
+      pkc::Octets der;
+      if (piece.form == Piece::Form::kProblem) continue;  // is told when its turn comes
+      if (!decoder.Decode(batch, piece, &der, &problem)) continue;
+      static_cast<void>(AddCandidate(batch->InputOf(piece), piece.number, der, false));
+    }
+  }
 
-  void ReadCertificates(const std::vector<std::string>& paths, bool trusted, bool asked) {
+  pkc::Status AddCandidate(std::string_view input, uint64_t number, pkc::Octets der, bool trusted) {
+    size_t index = 0;
+    const pkc::Status status = evidence_.store.Add(der, trusted, &index);
+    if (!status.ok()) return status;
+    Candidate& candidate = evidence_.store.at(index);
+    if (candidate.number == 0) Describe(input, number, &names_, &candidate);
+    return status;
+  }
+
+  bool Next(Batch* batch) {
+    if (next_ahead_ == ahead_.size()) return reader_.Next(batch);
+    std::swap(*batch, ahead_[next_ahead_++]);
+    return true;
+  }
+
+  void ReadCertificates(const std::vector<std::string>& paths, bool trusted) {
     Finder finder(
-        [&](std::string_view input, uint32_t number, pkc::Octets der) {
-          size_t index = 0;
-          const pkc::Status status = store_.Add(der, trusted, &index);
-          if (!status.ok()) {
-            Tell(Undecoded(input, number, der, status));
-            return true;
-          }
-          Candidate& candidate = store_.at(index);
-          if (candidate.number == 0) {
-            candidate.input = input;
-            candidate.number = number;
-            const CVD_TBSCertificate& tbs = candidate.certificate->tbsCertificate;
-            candidate.subject = NameText(tbs.subject);
-            candidate.issuer = NameText(tbs.issuer);
-          }
-          if (asked) targets_.push_back({index, std::string(input), number});
+        [&](std::string_view input, uint64_t number, pkc::Octets der) {
+          const pkc::Status status = AddCandidate(input, number, der, trusted);
+          if (!status.ok()) Tell(Undecoded(input, number, der, status));
           return true;
         },
         [this](const Problem& problem) {
@@ -108,10 +133,6 @@ class Verify {
           return true;
         });
     finder.Read(paths, false);
-  }
-
-  std::string NameText(const CVD_Name& name) {
-    return name.rdnSequence == nullptr ? "(empty)" : names_.NameText(name);
   }
 
   // One DER list, or every list of a PEM file.
@@ -147,7 +168,7 @@ class Verify {
     GivenList list;
     list.name = line == 0 ? path : path + ": line " + std::to_string(line);
     if (const pkc::Status status = list.Load(der); !status.ok()) TellList(path, line, status);
-    if (list.list || list.refused) lists_.push_back(std::move(list));
+    if (list.list || list.refused) evidence_.lists.push_back(std::move(list));
   }
 
   void TellList(const std::string& path, uint32_t line, pkc::Status status) {
@@ -166,117 +187,32 @@ class Verify {
   void Tell(const Problem& problem) { Tell(problem, problem.exit()); }
   void Tell(const Problem& problem, int exit) {
     exit_ = std::max(exit_, exit);
-    messages_.Write("pkc: " + Message(problem) + '\n');
-    messages_.Flush();
-    if (options_.json) Describe(problem, &errors_);
+    Say("pkc: " + Message(problem) + '\n');
+    Report error;
+    Describe(problem, &error);
+    early_errors_ += ",\n    ";
+    AppendJson(error, Layout::kIndented, 2, &early_errors_);
   }
-
-  // ---- output --------------------------------------------------------------------------------
-
-  void Open() {
-    out_.Write("{\n  \"schema\": \"corvid.verification/1\",\n  \"at\": \"");
-    out_.Write(TimeText(question_.at).view());
-    out_.Write("\",\n  \"certificates\": [");
-  }
-
-  void Close() {
-    std::string text = answered_ == 0 ? "],\n  \"errors\": " : "\n  ],\n  \"errors\": ";
-    errors_.End();
-    AppendJson(errors_, Layout::kIndented, 1, &text);
-    out_.Write(text + "\n}\n");
-  }
-
-  void Answer(const Target& target) {
-    const Verdict verdict = VerifyChain(store_, lists_, question_, target.index);
-    if (!verdict.valid) exit_ = std::max<int>(exit_, kExitNo);
-    report_.Clear();
-    report_.Object(nullptr, nullptr);
-    report_.Text("input", nullptr, target.input);
-    report_.Number("certificate", nullptr, target.number);
-    report_.Rendered("subject", nullptr, {store_.at(target.index).subject});
-    report_.List("chain", nullptr);
-    for (const CheckedCertificate& checked : verdict.chain) {
-      Certificate(checked, &checked == &verdict.chain.front());
-    }
-    report_.End();
-    report_.Rendered("answer", "Answer", {verdict.valid ? "yes" : "no"});
-    report_.End();
-    Write(target);
-  }
-
-  void Write(const Target& target) {
-    std::string text;
-    if (options_.json) {
-      text = answered_ == 0 ? "\n    " : ",\n    ";
-      AppendJson(report_, Layout::kIndented, 2, &text);
-    } else {
-      if (answered_ > 0) text = "\n";
-      AppendHeading(Place(target.input, target.number), colour_, &text);
-      AppendText(report_, colour_, &text);
-    }
-    ++answered_;
-    out_.Write(text);
-  }
-
-  void Certificate(const CheckedCertificate& checked, bool first) {
-    const Candidate& given = store_.at(checked.index);
-    const char* label = given.trusted ? "Trust anchor" : first ? "Certificate" : "Issuer";
-    report_.Object(nullptr, label, {given.subject});
-    report_.Rendered("subject", nullptr, {given.subject});
-    report_.Text("input", nullptr, given.input);
-    report_.Number("certificate", nullptr, given.number);
-    report_.Flag("trusted", nullptr, given.trusted);
-    if (!first) report_.Text(nullptr, "input", Place(given.input, given.number));
-    report_.List("checks", nullptr);
-    for (const Check& check : checked.checks) Line(check);
-    report_.End();
-    report_.End();
-  }
-
-  // "no: 36050 invalid signature, <detail>".
-  void Line(const Check& check) {
-    constexpr const char* kResults[] = {"ok", "warning", "no"};
-    const char* result = kResults[static_cast<size_t>(check.result)];
-    Problem problem;
-    problem.code = check.code;
-    std::string reason;
-    if (check.code != 0) {
-      reason = ReasonOf(check.code);
-      exit_ = std::max<int>(exit_, problem.exit() == kExitSystem ? kExitSystem : kExitGood);
-    }
-    const std::string code =
-        check.code == 0 ? "" : std::to_string(static_cast<int32_t>(check.code)) + ' ';
-    const std::string_view colon = reason.empty() && check.detail.empty() ? "" : ": ";
-    const std::string_view comma = reason.empty() || check.detail.empty() ? "" : ", ";
-    report_.Object(nullptr, check.name, {result, colon, code, reason, comma, check.detail});
-    report_.Rendered("check", nullptr, {check.name});
-    report_.Rendered("result", nullptr, {result});
-    if (check.code != 0) {
-      report_.Number("code", nullptr, static_cast<int32_t>(check.code));
-      report_.Rendered("reason", nullptr, {reason});
-    }
-    if (!check.detail.empty()) report_.Rendered("detail", nullptr, {check.detail});
-    report_.End();
+  static void Say(const std::string& text) {
+    Output messages(STDERR_FILENO);
+    messages.Write(text);
+    messages.Flush();
   }
 
   const Options& options_;
-  Colour colour_;
-  Question question_{};
+  Style style_;
+  Evidence evidence_;
   Reporter names_{false};
-  CertificateStore store_;
-  std::vector<GivenList> lists_;
-  std::vector<Target> targets_;
-  Output out_{STDOUT_FILENO};
-  Output messages_{STDERR_FILENO};
-  Report report_;
-  Report errors_;
-  size_t answered_ = 0;
+  Reader reader_;
+  std::vector<Batch> ahead_;  // that were read before the candidates were known
+  size_t next_ahead_ = 0;
+  std::string early_errors_;  // for the list of errors of a JSON document
   int exit_ = kExitGood;
 };
 
 int RunVerify(const Options& options) {
   CVD_PKC_SetOption("locale", FindCharset("utf-8"));
-  return Verify(options).Run();
+  return Verify(options).Go();
 }
 
 std::string RefuseTime(const std::string& text) {
@@ -291,8 +227,9 @@ void AddVerify(CLI::App* app, std::function<int()>* run) {
   CLI::App* verify = app->add_subcommand("verify", "Check certificates up to one that is trusted");
   verify->footer(
       "Every certificate of CERT is asked about; all certificates given are candidates for the\n"
-      "chains, and only those of --trust end one. An option takes all files up to the next "
-      "option.\n"
+      "chains, and only those of --trust end one. Of more than 1000 certificates of CERT none is "
+      "a\n"
+      "candidate. An option takes all files up to the next option.\n"
       "With --crl, each certificate below the trusted one needs a current list of its issuer that\n"
       "does not revoke it.\n"
       "Host names are not compared with certificates. Policies and name constraints are not\n"
@@ -301,13 +238,14 @@ void AddVerify(CLI::App* app, std::function<int()>* run) {
       "some reasons; indirect lists revoke, and clear only the certificates of their own issuer.\n"
       "The signature and the path length of a trusted certificate are not checked.\n"
       "Exit status: 0 every answer is yes; 1 an answer is no; 2 wrong usage; 3 some input could\n"
-      "not be read; 4 no memory, or the output failed. The highest wins.");
+      "not be read; 4 no memory, or the output failed. The highest wins. 128 and the number of\n"
+      "the signal that ended the run.");
+  AddRunOptions(verify, "CERT", "Certificates to verify, - for standard input", kVerifyFields,
+                &options->run);
   const auto add_files = [&](const char* option, std::vector<std::string>* files,
                              const char* description) {
     return verify->add_option(option, *files, description)->type_name("FILE");
   };
-  add_files("CERT", &options->certificates, "Certificates to verify, - for standard input")
-      ->required();
   add_files("--trust", &options->trust, "Certificates that are trusted")->required();
   add_files("--issuer", &options->issuers, "Certificates between the two");
   add_files("--crl", &options->lists, "Revocation lists");
@@ -320,8 +258,10 @@ void AddVerify(CLI::App* app, std::function<int()>* run) {
   for (const Usage& usage : kUsages) usages.emplace_back(usage.name);
   verify->add_option("--usage", options->usage, "What the certificate must be allowed to do")
       ->check(CLI::IsMember(usages));
-  verify->add_flag("--json", options->json, "Write one JSON document");
-  verify->callback([options, run] { *run = [options] { return RunVerify(*options); }; });
+  verify->callback([options, run] {
+    CheckRunOptions("CERT", options->run);
+    *run = [options] { return RunVerify(*options); };
+  });
 }
 
 }  // namespace corvid::tool
