@@ -19,7 +19,7 @@
 namespace corvid::tool {
 namespace {
 
-constexpr AddVerb kVerbs[] = {AddShow, AddVerify, AddVid};
+constexpr AddVerb kVerbs[] = {AddShow, AddVerify, AddVid, AddFilter};
 
 struct Library {
   const char* name;

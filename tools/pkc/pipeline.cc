@@ -61,19 +61,23 @@ void Pipeline::Deliver(uint64_t sequence, Outcome* outcome) {
   std::unique_lock lock(delivering_);
   room_.wait(lock, [&] { return stopped_ || sequence - delivered_ < slots_.size(); });
   if (stopped_) return;
-  Slot& slot = slots_[sequence % slots_.size()];
-  std::swap(slot.outcome, *outcome);
-  slot.ready = true;
-  if (std::exchange(busy_, true)) return;
-  for (;;) {
-    Slot& next = slots_[delivered_ % slots_.size()];
-    if (stopped_ || !std::exchange(next.ready, false)) break;
+  if (busy_ || sequence != delivered_) {
+    Slot& slot = slots_[sequence % slots_.size()];
+    std::swap(slot.outcome, *outcome);
+    slot.ready = true;
+    return;
+  }
+  // Its turn has come, and so has, after it, that of those which wait in their slots.
+  busy_ = true;
+  for (const Outcome* next = outcome; next != nullptr && !stopped_;) {
     lock.unlock();
-    const bool go_on = functions_.deliver(next.outcome);
+    const bool go_on = functions_.deliver(*next);
     if (!go_on) Stop(nullptr);
     lock.lock();
     ++delivered_;
     room_.notify_all();
+    Slot& slot = slots_[delivered_ % slots_.size()];
+    next = std::exchange(slot.ready, false) ? &slot.outcome : nullptr;
   }
   busy_ = false;
 }

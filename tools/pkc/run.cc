@@ -45,21 +45,24 @@ void AddRunOptions(CLI::App* app, const char* name, const char* description,
   CLI::Option* json = app->add_flag("--json", options->json, "Write one JSON document");
   CLI::Option* ndjson = app->add_flag("--ndjson", options->ndjson,
                                       "Write one JSON object a line for each certificate");
-  CLI::Option* fields =
-      app->add_option("--fields", options->fields,
-                      "Write a row of tab-separated cells for each certificate, of these fields: " +
-                          ListFields(table))
-          ->type_name("NAME,...")
-          ->check(CLI::Validator(
-              [table](const std::string& names) {
-                std::vector<Field> chosen;
-                return ChooseFields(names, table, &chosen);
-              },
-              ""));
+  CLI::Option* fields = AddFieldsOption(app, table, &options->fields);
   app->add_flag("--header", options->header, "Write the names of the fields first")->needs(fields);
   app->add_flag("--summary", options->summary, "Say at the end how much was read, and how fast");
   json->excludes(ndjson)->excludes(fields);
   ndjson->excludes(fields);
+}
+
+CLI::Option* AddFieldsOption(CLI::App* app, std::span<const Field> table, std::string* fields) {
+  const auto check = [table](const std::string& names) {
+    std::vector<Field> chosen;
+    return ChooseFields(names, table, &chosen);
+  };
+  return app
+      ->add_option("--fields", *fields,
+                   "Write a row of tab-separated cells for each certificate, of these fields: " +
+                       ListFields(table))
+      ->type_name("NAME,...")
+      ->check(CLI::Validator(check, ""));
 }
 
 void CheckRunOptions(const char* name, const RunOptions& options) {

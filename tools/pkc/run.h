@@ -19,7 +19,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace corvid::tool {
 
@@ -35,6 +36,8 @@ struct RunOptions {
 // `name` is that of the positional argument, `table` has the fields that can be chosen.
 void AddRunOptions(CLI::App* app, const char* name, const char* description,
                    std::span<const Field> table, RunOptions* options);
+// The option --fields alone.
+CLI::Option* AddFieldsOption(CLI::App* app, std::span<const Field> table, std::string* fields);
 // Throws what CLI11 throws when no input is named.
 void CheckRunOptions(const char* name, const RunOptions& options);
 Style MakeStyle(const RunOptions& options, std::span<const Field> table, const char* locale);
