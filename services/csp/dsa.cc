@@ -78,14 +78,10 @@ uint32_t SignDsa(DSA* key, Bytes data, int32_t hashID, BIN* signature) {
       BN_bn2binpad(number.get(), digest.octets, octets) < 0) {
     return CVD_CSP_ERR_MALLOC;
   }
-  unsigned int length = static_cast<unsigned int>(DSA_size(key));
-  ScopedOctets value(static_cast<uint8_t*>(CVD_malloc(length)));
-  if (value == nullptr) return CVD_CSP_ERR_MALLOC;
-  if (DSA_sign(0, digest.octets, octets, value.get(), &length, key) == 0) {
-    return FailureOr(CVD_CSP_ERR_INTERNAL);
-  }
-  *signature = {static_cast<int32_t>(length), value.release()};
-  return 0;
+  const std::unique_ptr<DSA_SIG, Freed<DSA_SIG_free>> value(
+      DSA_do_sign(digest.octets, octets, key));
+  if (value == nullptr) return CVD_CSP_ERR_MALLOC;  // the key is sound: nothing else is left
+  return Encode(i2d_DSA_SIG, value.get(), signature);
 }
 
 }  // namespace corvid

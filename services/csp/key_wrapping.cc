@@ -1,7 +1,6 @@
 // What a private key is wrapped in: PEM (RFC 7468, and the older form with headers of RFC 1421) and
 // encryption by a passphrase (RFC 5958 section 3, RFC 8018). The passphrase is an argument alone;
 // nothing here asks for one.
-#include <openssl/asn1t.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -16,10 +15,26 @@
 namespace corvid {
 namespace {
 
-constexpr int64_t kMostIterations = 10'000'000;
-// N r p, as much work as about so many iterations; OpenSSL itself bounds the memory to 32 MiB.
-constexpr uint64_t kMostScryptWork = 1 << 24;
-constexpr size_t kMostOctets = 1 << 20;  // of an encrypted key; none comes near
+constexpr uint64_t kMostIterations = 10'000'000;
+constexpr uint64_t kMostScryptWork = 1 << 24;    // N r p; as much work as about so many iterations
+constexpr uint64_t kMostScryptMemory = 1 << 18;  // in units of 128 octets: OpenSSL's 32 MiB
+constexpr size_t kMostOctets = 1 << 20;          // of an encrypted key; none comes near
+
+// What OpenSSL's default provider has. All of it is looked up here and not where it is used, so
+// that what fails there fails for want of memory: OpenSSL's errors do not tell.
+constexpr int kCiphers[] = {
+    NID_aes_128_cbc,      NID_aes_192_cbc,      NID_aes_256_cbc,  NID_des_ede3_cbc,
+    NID_aria_128_cbc,     NID_aria_192_cbc,     NID_aria_256_cbc, NID_camellia_128_cbc,
+    NID_camellia_192_cbc, NID_camellia_256_cbc,
+};
+constexpr int kPseudorandomFunctions[] = {
+    NID_hmacWithSHA1,   NID_hmacWithSHA224, NID_hmacWithSHA256,
+    NID_hmacWithSHA384, NID_hmacWithSHA512,
+};
+constexpr int kPkcs12Schemes[] = {
+    NID_pbe_WithSHA1And3_Key_TripleDES_CBC,
+    NID_pbe_WithSHA1And2_Key_TripleDES_CBC,
+};
 
 using ScopedCipher = std::unique_ptr<EVP_CIPHER_CTX, Freed<EVP_CIPHER_CTX_free>>;
 
@@ -62,64 +77,115 @@ uint32_t LoadDecrypted(EVP_CIPHER_CTX* cipher, Bytes octets, CVD_PrivateKey* key
 
 // ---- EncryptedPrivateKeyInfo ---------------------------------------------------------------
 
-template <typename Parameters, auto kFree>
-std::unique_ptr<Parameters, Freed<kFree>> Unpack(const ASN1_ITEM* item, const ASN1_TYPE* any) {
-  return std::unique_ptr<Parameters, Freed<kFree>>(
-      static_cast<Parameters*>(ASN1_TYPE_unpack_sequence(item, any)));
+bool IsNid(int nid, Bytes oid) {
+  const ASN1_OBJECT* const object = OBJ_nid2obj(nid);
+  return std::ranges::equal(oid, Bytes(OBJ_get0_data(object), OBJ_length(object)));
 }
 
-uint32_t CheckIterations(const ASN1_INTEGER* count) {
-  int64_t number = 0;
-  if (ASN1_INTEGER_get_int64(&number, count) == 0) return CVD_CSP_ERR_UNSUPPORTED_KEY;
-  if (number < 1) return CVD_CSP_ERR_BAD_KEY;
-  return number <= kMostIterations ? 0 : CVD_CSP_ERR_UNSUPPORTED_KEY;
+// NID_undef when it is none of them.
+int Find(std::span<const int> nids, Bytes oid) {
+  const auto nid = std::ranges::find_if(nids, [&](int n) { return IsNid(n, oid); });
+  return nid == nids.end() ? NID_undef : *nid;
 }
 
-// scrypt-params (RFC 7914 section 7)
-uint32_t CheckScrypt(const ASN1_TYPE* any) {
-  const auto in = Unpack<SCRYPT_PARAMS, SCRYPT_PARAMS_free>(ASN1_ITEM_rptr(SCRYPT_PARAMS), any);
-  if (in == nullptr) return FailureOr(CVD_CSP_ERR_BAD_KEY);
-  uint64_t left = kMostScryptWork;
-  for (const ASN1_INTEGER* factor :
-       {in->costParameter, in->blockSize, in->parallelizationParameter}) {
-    uint64_t number = 0;
-    if (ASN1_INTEGER_get_uint64(&number, factor) == 0) return CVD_CSP_ERR_UNSUPPORTED_KEY;
-    if (number == 0) return CVD_CSP_ERR_BAD_KEY;
-    left /= number;
+struct Algorithm {
+  Bytes oid;
+  Bytes parameters;  // DER
+
+  [[nodiscard]] bool Take(Bytes* in) {
+    return TakeElement(in, kTagSequence, &parameters) && TakeElement(&parameters, kTagObject, &oid);
   }
-  return left > 0 ? 0 : CVD_CSP_ERR_UNSUPPORTED_KEY;
+};
+
+bool TakeSalt(Bytes* in) {
+  Bytes salt;
+  return TakeElement(in, kTagOctetString, &salt) && !salt.empty();
 }
 
-// PBKDF2-params (RFC 8018 A.2)
-uint32_t CheckPbkdf2(const ASN1_TYPE* any) {
-  const auto in = Unpack<PBKDF2PARAM, PBKDF2PARAM_free>(ASN1_ITEM_rptr(PBKDF2PARAM), any);
-  return in == nullptr ? FailureOr(CVD_CSP_ERR_BAD_KEY) : CheckIterations(in->iter);
+// A positive number; UINT64_MAX also stands for all above.
+bool TakeCount(Bytes* in, uint64_t* count) {
+  Bytes octets;
+  if (!TakePositive(in, &octets)) return false;
+  *count = 0;
+  for (const uint8_t octet : octets) *count = *count << 8 | octet;
+  if (octets.size() > sizeof *count) *count = UINT64_MAX;
+  return true;
 }
 
-// PBES2-params (RFC 8018 A.4)
-uint32_t CheckPbes2(const ASN1_TYPE* any) {
-  const auto in = Unpack<PBE2PARAM, PBE2PARAM_free>(ASN1_ITEM_rptr(PBE2PARAM), any);
-  if (in == nullptr) return FailureOr(CVD_CSP_ERR_BAD_KEY);
-  const int derivation = OBJ_obj2nid(in->keyfunc->algorithm);
-  if (derivation == NID_id_pbkdf2) return CheckPbkdf2(in->keyfunc->parameter);
-  if (derivation == NID_id_scrypt) return CheckScrypt(in->keyfunc->parameter);
+bool TakeIterations(Bytes* in, uint64_t* count) { return TakeSalt(in) && TakeCount(in, count); }
+
+// keyLength INTEGER OPTIONAL
+bool TakeKeyLength(Bytes* in, uint64_t length) {
+  if (in->empty() || in->front() != kTagInteger) return true;
+  uint64_t stated = 0;
+  return TakeCount(in, &stated) && stated == length;
+}
+
+// PBEParameter ::= SEQUENCE { salt, iterationCount }  (RFC 8018 A.3; RFC 7292 appendix C)
+uint32_t CheckPkcs12(Bytes in) {
+  uint64_t count = 0;
+  if (!TakeIterations(&in, &count) || !in.empty()) return CVD_CSP_ERR_BAD_KEY;
+  return count <= kMostIterations ? 0 : CVD_CSP_ERR_UNSUPPORTED_KEY;
+}
+
+// PBKDF2-params ::= SEQUENCE { salt, iterationCount, keyLength OPTIONAL, prf DEFAULT }
+// (RFC 8018 A.2)
+uint32_t CheckPbkdf2(Bytes in, uint64_t key_length) {
+  uint64_t count = 0;
+  Algorithm function;
+  if (!TakeIterations(&in, &count) || !TakeKeyLength(&in, key_length)) return CVD_CSP_ERR_BAD_KEY;
+  if (count > kMostIterations) return CVD_CSP_ERR_UNSUPPORTED_KEY;
+  if (in.empty()) return 0;
+  if (!function.Take(&in) || !in.empty()) return CVD_CSP_ERR_BAD_KEY;
+  const int nid = Find(kPseudorandomFunctions, function.oid);
+  return nid != NID_undef ? 0 : CVD_CSP_ERR_UNSUPPORTED_KEY;
+}
+
+// scrypt-params ::= SEQUENCE { salt, N, r, p, keyLength OPTIONAL }  (RFC 7914 section 7)
+uint32_t CheckScrypt(Bytes in, uint64_t key_length) {
+  uint64_t n = 0;
+  uint64_t r = 0;
+  uint64_t p = 0;
+  if (!TakeSalt(&in) || !TakeCount(&in, &n) || !TakeCount(&in, &r) || !TakeCount(&in, &p) ||
+      !TakeKeyLength(&in, key_length) || !in.empty()) {
+    return CVD_CSP_ERR_BAD_KEY;
+  }
+  if (n > kMostScryptWork || r > kMostScryptWork || p > kMostScryptWork ||
+      n > kMostScryptWork / r / p || n + p + 2 > kMostScryptMemory / r) {
+    return CVD_CSP_ERR_UNSUPPORTED_KEY;
+  }
+  const bool valid = n > 1 && std::has_single_bit(n) && (r > 3 || n >> (16 * r) == 0);
+  return valid ? 0 : CVD_CSP_ERR_BAD_KEY;
+}
+
+// PBES2-params ::= SEQUENCE { keyDerivationFunc, encryptionScheme }  (RFC 8018 A.4)
+uint32_t CheckPbes2(Bytes in) {
+  Algorithm derivation;
+  Algorithm encryption;
+  Bytes iv;
+  if (!derivation.Take(&in) || !encryption.Take(&in) || !in.empty()) return CVD_CSP_ERR_BAD_KEY;
+  const int nid = Find(kCiphers, encryption.oid);
+  if (nid == NID_undef) return CVD_CSP_ERR_UNSUPPORTED_KEY;
+  const EVP_CIPHER* const cipher = EVP_get_cipherbynid(nid);
+  if (cipher == nullptr) return CVD_CSP_ERR_MALLOC;
+  if (!TakeElement(&encryption.parameters, kTagOctetString, &iv) ||
+      iv.size() != static_cast<size_t>(EVP_CIPHER_get_iv_length(cipher)) ||
+      !TakeWhole(derivation.parameters, &in)) {
+    return CVD_CSP_ERR_BAD_KEY;
+  }
+  const auto key_length = static_cast<uint64_t>(EVP_CIPHER_get_key_length(cipher));
+  if (IsNid(NID_id_pbkdf2, derivation.oid)) return CheckPbkdf2(in, key_length);
+  if (IsNid(NID_id_scrypt, derivation.oid)) return CheckScrypt(in, key_length);
   return CVD_CSP_ERR_UNSUPPORTED_KEY;
 }
 
-// PBEParameter (RFC 8018 A.3), and the same fields in RFC 7292 appendix C
-uint32_t CheckPbes1(const ASN1_TYPE* any) {
-  const auto in = Unpack<PBEPARAM, PBEPARAM_free>(ASN1_ITEM_rptr(PBEPARAM), any);
-  return in == nullptr ? FailureOr(CVD_CSP_ERR_BAD_KEY) : CheckIterations(in->iter);
-}
-
 // Refuses a scheme that is not known and work without end, before any is done.
-uint32_t CheckScheme(const X509_ALGOR& scheme) {
-  const int nid = OBJ_obj2nid(scheme.algorithm);
-  if (nid == NID_pbes2) return CheckPbes2(scheme.parameter);
-  if (EVP_PBE_find(EVP_PBE_TYPE_OUTER, nid, nullptr, nullptr, nullptr) == 0) {
-    return CVD_CSP_ERR_UNSUPPORTED_KEY;
-  }
-  return CheckPbes1(scheme.parameter);
+uint32_t CheckScheme(const Algorithm& scheme) {
+  const bool pbes2 = IsNid(NID_pbes2, scheme.oid);
+  if (!pbes2 && Find(kPkcs12Schemes, scheme.oid) == NID_undef) return CVD_CSP_ERR_UNSUPPORTED_KEY;
+  Bytes parameters;
+  if (!TakeWhole(scheme.parameters, &parameters)) return CVD_CSP_ERR_BAD_KEY;
+  return pbes2 ? CheckPbes2(parameters) : CheckPkcs12(parameters);
 }
 
 // ---- PEM -----------------------------------------------------------------------------------
@@ -168,7 +234,7 @@ uint32_t LoadEncryptedBlock(const PemBlock& block, const EVP_CIPHER_INFO& info,
                      static_cast<int>(std::strlen(passphrase)), 1, secret, nullptr) != 0 &&
       EVP_DecryptInit_ex(cipher.get(), info.cipher, nullptr, secret, info.iv) != 0;
   OPENSSL_cleanse(secret, sizeof secret);
-  if (!ready) return FailureOr(CVD_CSP_ERR_UNSUPPORTED_KEY);
+  if (!ready) return CVD_CSP_ERR_MALLOC;
   return LoadDecrypted(cipher.get(), block.view(), key);
 }
 
@@ -179,6 +245,9 @@ uint32_t LoadBlock(const PemBlock& block, const char* passphrase, CVD_PrivateKey
     return known ? CVD_CSP_ERR_BAD_KEY : CVD_CSP_ERR_UNSUPPORTED_KEY;
   }
   if (info.cipher == nullptr) return LoadDer(block.view(), passphrase, key);
+  if (std::ranges::find(kCiphers, EVP_CIPHER_get_nid(info.cipher)) == std::end(kCiphers)) {
+    return CVD_CSP_ERR_UNSUPPORTED_KEY;
+  }
   if (passphrase == nullptr) return CVD_CSP_ERR_PASSPHRASE;
   return LoadEncryptedBlock(block, info, passphrase, key);
 }
@@ -186,23 +255,22 @@ uint32_t LoadBlock(const PemBlock& block, const char* passphrase, CVD_PrivateKey
 }  // namespace
 
 uint32_t LoadEncrypted(Bytes content, const char* passphrase, CVD_PrivateKey* key) {
-  const uint8_t* at = content.data();
-  const std::unique_ptr<X509_ALGOR, Freed<X509_ALGOR_free>> scheme(
-      d2i_X509_ALGOR(nullptr, &at, static_cast<long>(content.size())));
-  if (scheme == nullptr) return FailureOr(CVD_CSP_ERR_BAD_KEY);
-  if (const uint32_t status = CheckScheme(*scheme); status != 0) return status;
-  if (passphrase == nullptr) return CVD_CSP_ERR_PASSPHRASE;
-  Bytes ignored;
+  const Bytes der = content;
+  Algorithm algorithm;
   Bytes octets;
-  const ScopedCipher cipher(EVP_CIPHER_CTX_new());
-  if (cipher == nullptr) return CVD_CSP_ERR_MALLOC;
-  if (!TakeElement(&content, kTagSequence, &ignored) ||
-      !TakeElement(&content, kTagOctetString, &octets)) {
+  if (!algorithm.Take(&content) || !TakeElement(&content, kTagOctetString, &octets)) {
     return CVD_CSP_ERR_BAD_KEY;
   }
-  if (EVP_PBE_CipherInit(scheme->algorithm, passphrase, static_cast<int>(std::strlen(passphrase)),
+  if (const uint32_t status = CheckScheme(algorithm); status != 0) return status;
+  if (passphrase == nullptr) return CVD_CSP_ERR_PASSPHRASE;
+  const uint8_t* at = der.data();
+  const std::unique_ptr<X509_ALGOR, Freed<X509_ALGOR_free>> scheme(
+      d2i_X509_ALGOR(nullptr, &at, static_cast<long>(der.size())));
+  const ScopedCipher cipher(EVP_CIPHER_CTX_new());
+  if (scheme == nullptr || cipher == nullptr ||
+      EVP_PBE_CipherInit(scheme->algorithm, passphrase, static_cast<int>(std::strlen(passphrase)),
                          scheme->parameter, cipher.get(), 0) == 0) {
-    return FailureOr(CVD_CSP_ERR_UNSUPPORTED_KEY);
+    return CVD_CSP_ERR_MALLOC;
   }
   return LoadDecrypted(cipher.get(), octets, key);
 }

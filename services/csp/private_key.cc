@@ -145,19 +145,6 @@ uint32_t Load(Bytes encoding, const char* passphrase, CVD_PrivateKey** key) {
 
 // ---- the public half -----------------------------------------------------------------------
 
-// Writes with one of OpenSSL's i2d functions.
-template <typename Object>
-uint32_t Encode(int (*encode)(const Object*, unsigned char**), const Object* object, BIN* out) {
-  const int length = encode(object, nullptr);
-  if (length <= 0) return CVD_CSP_ERR_MALLOC;
-  ScopedOctets octets(static_cast<uint8_t*>(CVD_malloc(static_cast<size_t>(length))));
-  if (octets == nullptr) return CVD_CSP_ERR_MALLOC;
-  uint8_t* at = octets.get();
-  if (encode(object, &at) != length) return CVD_CSP_ERR_MALLOC;
-  *out = {length, octets.release()};
-  return 0;
-}
-
 uint32_t EncodePublicValue(const DSA* key, BIN* out) {
   const std::unique_ptr<ASN1_INTEGER, Freed<ASN1_INTEGER_free>> y(
       BN_to_ASN1_INTEGER(DSA_get0_pub_key(key), nullptr));
@@ -183,9 +170,18 @@ uint32_t PublicKey(const CVD_PrivateKey& key, BIN* parameters, BIN* public_key) 
 
 }  // namespace
 
+// Short memory is seldom the last error: who asked for it adds another, and so on outward. Now and
+// then nobody tells at all.
 uint32_t FailureOr(uint32_t status) {
-  const bool short_of_memory = ERR_GET_REASON(ERR_peek_last_error()) == ERR_R_MALLOC_FAILURE;
-  return short_of_memory ? uint32_t{CVD_CSP_ERR_MALLOC} : status;
+  const ERR_STATE* const errors = ERR_get_state();
+  if (errors == nullptr) return CVD_CSP_ERR_MALLOC;
+  uint32_t told = CVD_CSP_ERR_MALLOC;
+  for (int i = errors->top; i != errors->bottom && errors->err_marks[i] == 0;) {
+    if (ERR_GET_REASON(errors->err_buffer[i]) == ERR_R_MALLOC_FAILURE) return CVD_CSP_ERR_MALLOC;
+    told = status;
+    i = (i + ERR_NUM_ERRORS - 1) % ERR_NUM_ERRORS;
+  }
+  return told;
 }
 
 bool TakeWhole(Bytes der, Bytes* content) {

@@ -23,8 +23,22 @@ namespace corvid {
 using ScopedNumber = std::unique_ptr<BIGNUM, Freed<BN_clear_free>>;
 using ScopedOctets = std::unique_ptr<uint8_t, Freed<CVD_free>>;
 
-// CVD_CSP_ERR_MALLOC when OpenSSL's last error says so, else `status`.
+// CVD_CSP_ERR_MALLOC when one of OpenSSL's errors since the mark says so, else `status`.
 [[nodiscard]] uint32_t FailureOr(uint32_t status);
+
+// Writes with one of OpenSSL's i2d functions.
+template <typename Object>
+[[nodiscard]] uint32_t Encode(int (*encode)(const Object*, unsigned char**), const Object* object,
+                              BIN* out) {
+  const int length = encode(object, nullptr);
+  if (length <= 0) return CVD_CSP_ERR_MALLOC;
+  ScopedOctets octets(static_cast<uint8_t*>(CVD_malloc(static_cast<size_t>(length))));
+  if (octets == nullptr) return CVD_CSP_ERR_MALLOC;
+  uint8_t* at = octets.get();
+  if (encode(object, &at) != length) return CVD_CSP_ERR_MALLOC;
+  *out = {length, octets.release()};
+  return 0;
+}
 
 // Loading, from the outside inward. A function that is handed a null passphrase takes no encrypted
 // key; what it decrypts it hands on without one. `key` is empty before, and its members may be set

