@@ -261,8 +261,9 @@ bool Cutter::Block(bool end) {
     ++searched_;
     return true;
   }
-  line_ += static_cast<uint64_t>(
-      std::count(rest.begin(), rest.begin() + static_cast<ptrdiff_t>(dash), '\n'));
+  for (size_t at = 0; (at = rest.substr(0, dash).find('\n', at)) != std::string_view::npos; ++at) {
+    ++line_;
+  }
   mode_ = Mode::kPem;
   if (LabelOf(line, kEnd) != label_) {
     Refuse("a PEM block without its end", 0, piece_line_, true);

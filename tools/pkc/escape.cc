@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstring>
 
 namespace corvid::tool {
 namespace {
@@ -44,9 +45,26 @@ void AppendOctetEscape(char octet, std::string* out) {
   out->append(escape, sizeof escape);
 }
 
+// True when all of eight octets are plain. A subtraction borrows into an octet's highest bit when
+// the octet is below what is subtracted.
+bool ArePlain(const char* octets) {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  constexpr uint64_t kHighBits = 0x80 * kOnes;
+  const auto holds_below = [](uint64_t word, uint64_t limit) {
+    return (word - limit * kOnes) & ~word & kHighBits;
+  };
+  uint64_t word;
+  std::memcpy(&word, octets, sizeof word);
+  const uint64_t special = holds_below(word, 0x20) | holds_below(word ^ '"' * kOnes, 1) |
+                           holds_below(word ^ '\\' * kOnes, 1) |
+                           holds_below(word ^ 0x7F * kOnes, 1) | (word & kHighBits);
+  return special == 0;
+}
+
 // Copies plain octets from `at` on; returns where they end.
 size_t CopyPlain(std::string_view text, size_t at, std::string* out) {
   const size_t begin = at;
+  while (text.size() - at >= 8 && ArePlain(text.data() + at)) at += 8;
   while (at < text.size() && kPlain[static_cast<uint8_t>(text[at])]) ++at;
   out->append(text, begin, at - begin);
   return at;
@@ -122,12 +140,18 @@ void AppendUtf8(uint32_t code, std::string* out) {
   }
 }
 
+// Without a table, so that the compiler does many octets at once.
 void AppendHex(pkc::Octets octets, std::string* out) {
-  size_t at = out->size();
-  out->resize(at + 2 * octets.size());
-  for (const uint8_t octet : octets) {
-    (*out)[at++] = kDigits[octet >> 4];
-    (*out)[at++] = kDigits[octet & 15];
+  const size_t begin = out->size();
+  out->resize(begin + 2 * octets.size());
+  const uint8_t* in = octets.data();
+  char* digits = out->data() + begin;
+  const auto digit = [](uint8_t value) {
+    return static_cast<char>(value + (value > 9 ? 'a' - 10 : '0'));
+  };
+  for (size_t i = 0; i < octets.size(); ++i) {
+    digits[2 * i] = digit(in[i] >> 4);
+    digits[2 * i + 1] = digit(in[i] & 15);
   }
 }
 

@@ -1,11 +1,9 @@
 // Instants, written and read.
 #include "time_text.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <charconv>
-#include <ctime>
+#include <chrono>
 #include <system_error>
 
 #include "corvid/pkc.hpp"
@@ -19,25 +17,42 @@ bool ParseNumber(std::string_view digits, int64_t* number) {
   return error == std::errc() && stop == end;
 }
 
+char* PutDigits(int64_t number, int count, char* out) {
+  for (int i = count; i-- > 0; number /= 10) out[i] = static_cast<char>('0' + number % 10);
+  return out + count;
+}
+
 }  // namespace
 
+// By hand, because gmtime_r takes a lock, and strftime its time.
 TimeText::TimeText(int64_t seconds) {
-  const time_t time = seconds;
-  tm fields{};
-  gmtime_r(&time, &fields);
-  size_ = fmt::format_to_n(text_, sizeof text_, "{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z",
-                           fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour,
-                           fields.tm_min, fields.tm_sec)
-              .size;
+  using namespace std::chrono;
+  const sys_seconds time{std::chrono::seconds(seconds)};
+  const sys_days day = floor<days>(time);
+  const year_month_day date(day);
+  const hh_mm_ss clock(time - day);
+  struct Part {
+    int64_t number;
+    int digits;
+    char end;
+  };
+  const Part parts[] = {
+      {static_cast<int>(date.year()), 4, '-'},     {static_cast<unsigned>(date.month()), 2, '-'},
+      {static_cast<unsigned>(date.day()), 2, 'T'}, {clock.hours().count(), 2, ':'},
+      {clock.minutes().count(), 2, ':'},           {clock.seconds().count(), 2, 'Z'}};
+  char* out = text_;
+  for (const Part& part : parts) {
+    out = PutDigits(part.number, part.digits, out);
+    *out++ = part.end;
+  }
 }
 
 bool ParseTime(std::string_view text, int64_t* seconds) {
   constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:ddZ";
   const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-  constexpr size_t kMostDigits = 12;  // of seconds before the year 10000
-  if (!text.empty() && text.size() <= kMostDigits &&
-      std::all_of(text.begin(), text.end(), is_digit)) {
-    return ParseNumber(text, seconds);
+  constexpr int64_t kYear10000 = 253402300800;
+  if (std::all_of(text.begin(), text.end(), is_digit)) {
+    return ParseNumber(text, seconds) && *seconds < kYear10000;
   }
   const bool formed =
       std::equal(text.begin(), text.end(), kForm.begin(), kForm.end(),

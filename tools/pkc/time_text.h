@@ -8,15 +8,14 @@
 
 namespace corvid::tool {
 
-// "2026-01-31T09:00:00Z".
+// "2026-01-31T09:00:00Z", of the years 0 to 9999.
 class TimeText {
  public:
   explicit TimeText(int64_t seconds);
-  std::string_view view() const { return {text_, size_}; }
+  std::string_view view() const { return {text_, sizeof text_}; }
 
  private:
-  char text_[32];
-  size_t size_;
+  char text_[20];
 };
 
 // Reads that form, or seconds since 1970 in decimal digits. False for anything else, and for a date
