@@ -4,20 +4,27 @@ _pkc() {
   local verb=${COMP_WORDS[1]}
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    verb= words='show verify'
+    verb= words='show verify vid'
+  elif ((COMP_CWORD == 2)) && [[ $verb == vid ]]; then
+    words='compute verify show'
   fi
   case $prev in
     --charset) words='utf-8 euc-kr euc-jp shift-jis' ;;
     --dn-case) words='lower upper' ;;
     --usage) words='server client code email timestamp ocsp sign encipher' ;;
-    --at) compopt +o default; return ;;
+    --hash) words='SHA1 SHA256 SHA384 SHA512' ;;
+    --at | --jobs | --fields | -j) compopt +o default; return ;;
   esac
   if [[ $cur == -* ]]; then
     words=--help
     case $verb in
       '') words+=' --version' ;;
-      show) words+=' --recursive --json --ndjson --charset --dn-case' ;;
+      show)
+        words+=' --recursive --files-from --null --resume-from --jobs --json --ndjson --fields'
+        words+=' --header --summary --charset --dn-case'
+        ;;
       verify) words+=' --trust --issuer --crl --at --usage --json' ;;
+      vid) words+=' --idn-file --random-file --random-hex --hash --json' ;;
     esac
   fi
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
