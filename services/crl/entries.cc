@@ -265,8 +265,9 @@ uint32_t IndexEntries(CVD_CRL* crl) {
   if (crl->rows == nullptr) return CVD_CRL_ERR_MALLOC;
   IssuerTable issuers;
   if (const uint32_t status = FillRows(crl, entries, &issuers); status != 0) return status;
+  if (const uint32_t status = issuers.Finish(crl); status != 0) return status;
   SortRows(crl);
-  return issuers.Finish(crl);
+  return 0;
 }
 
 }  // namespace corvid

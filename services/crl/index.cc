@@ -1,4 +1,5 @@
-// The index of a list: rows of sixteen bytes, sorted by serial number and searched by halves.
+// The index of a list: rows of sixteen bytes, sorted by serial number and issuer and searched by
+// halves.
 #include <algorithm>
 #include <cstring>
 
@@ -40,7 +41,8 @@ void SortRows(CVD_CRL* crl) {
   const Bytes entries = EntriesOf(*crl);
   std::sort(crl->rows, crl->rows + crl->row_count, [entries](const IndexRow& a, const IndexRow& b) {
     if (a.key != b.key) return a.key < b.key;
-    return CompareOctets(SerialAt(entries, a.offset), SerialAt(entries, b.offset)) < 0;
+    const int order = CompareOctets(SerialAt(entries, a.offset), SerialAt(entries, b.offset));
+    return order != 0 ? order < 0 : a.issuer < b.issuer;
   });
 }
 
@@ -62,7 +64,9 @@ bool HasEntry(const CVD_CRL& crl, Bytes serial, const CVD_Name& issuer, bool own
   const IndexRow* row = std::partition_point(
       static_cast<const IndexRow*>(crl.rows), end,
       [&](const IndexRow& r) { return CompareToRow(key, serial, r, entries) > 0; });
-  for (; row != end && CompareToRow(key, serial, *row, entries) == 0; ++row) {
+  const IndexRow* before = nullptr;
+  for (; row != end && CompareToRow(key, serial, *row, entries) == 0; before = row++) {
+    if (before != nullptr && before->issuer == row->issuer) continue;  // has been compared
     if (row->issuer == 0 ? own : HasDirectoryName(crl.issuers[row->issuer - 1]->first, issuer)) {
       return true;
     }

@@ -44,9 +44,10 @@ struct IndexRow {
 struct CVD_CRL {
   CVD_CertificateList* list;          // holds the DER of the entries
   CVD_IssuingDistributionPoint* idp;  // null: the list has none
+  size_t idp_octets;                  // of its encoding
   uint32_t count;                     // entries, those without a row included
   uint32_t row_count;
-  corvid::IndexRow* rows;  // sorted by key, then by serial number
+  corvid::IndexRow* rows;  // sorted by key, serial number, issuer
   uint32_t issuer_count;
   CVD_GeneralNames** issuers;  // the certificateIssuer values, each once
 };
@@ -63,8 +64,8 @@ inline bool IsIndirect(const CVD_CRL& crl) {
 
 // index.cc: the key of the serial number with these content octets.
 uint64_t KeyOf(Bytes serial);
-// index.cc: sorts the rows. Serial numbers that share a key are compared, so that a list made of
-// such costs no more than that.
+// index.cc: sorts the rows by serial number, then by issuer. Serial numbers that share a key are
+// compared, so that a list made of such costs no more than that.
 void SortRows(CVD_CRL* crl);
 // index.cc: true when an entry revokes the serial number of this issuer; `own`: the list's issuer.
 bool HasEntry(const CVD_CRL& crl, Bytes serial, const CVD_Name& issuer, bool own);

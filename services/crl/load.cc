@@ -74,6 +74,7 @@ bool HasTooManyNames(const CVD_DistributionPointName& point) {
   if (kinds > 1 || idp->present == 0) return CVD_CRL_ERR_BAD_LIST;  // section 5.2.5
   if (HasTooManyNames(idp->distributionPoint)) return CVD_CRL_ERR_BAD_LIST;
   crl->idp = idp.Release();
+  crl->idp_octets = View(value).size();
   return 0;
 }
 

@@ -147,6 +147,18 @@ bool IsPointUri(const CVD_CRL& crl, std::string_view uri) {
   return false;
 }
 
+// How many names of a certificate may still be compared with the list's point. Each costs up to
+// what the point has in octets; issued certificates take a thousandth of it.
+class NamesLeft {
+ public:
+  explicit NamesLeft(const CVD_CRL& crl) : left_(kMostOctets / (crl.idp_octets + 1)) {}
+  [[nodiscard]] bool Take() { return left_ != 0 && left_-- != 0; }
+
+ private:
+  static constexpr size_t kMostOctets = 1 << 20;
+  size_t left_;
+};
+
 bool IsPointGeneralName(const CVD_CRL& crl, const DerElement& name) {
   if (*name.begin == kTagUri) {
     return IsPointUri(crl, {reinterpret_cast<const char*>(name.content), name.length()});
@@ -198,7 +210,7 @@ bool NamesListIssuer(const CVD_CRL& crl, const DerElement& name) {
 // A point that names a cRLIssuer is served by that issuer's lists, another one by those of the
 // certificate's issuer. Where the list has a distribution point they must share a name; a point
 // without a name of its own goes by the name of its cRLIssuer (section 6.3.3, step b, 2, i).
-bool PointCovers(const CVD_CRL& crl, const DistributionPoint& point, bool own) {
+bool PointCovers(const CVD_CRL& crl, const DistributionPoint& point, bool own, NamesLeft* left) {
   const bool has_issuer = point.crl_issuer.begin != nullptr;
   const DerCursor issuers = ContentOf(point.crl_issuer);
   if (has_issuer ? !AnyName(issuers, [&](auto& name) { return NamesListIssuer(crl, name); })
@@ -206,12 +218,14 @@ bool PointCovers(const CVD_CRL& crl, const DistributionPoint& point, bool own) {
     return false;
   }
   if (!HasPoint(crl)) return true;
-  const auto is_point = [&](const DerElement& name) { return IsPointGeneralName(crl, name); };
+  const auto is_point = [&](const DerElement& name) {
+    return left->Take() && IsPointGeneralName(crl, name);
+  };
   if (point.name.begin == nullptr) return AnyName(issuers, is_point);
   if (*point.name.begin == kTagFullName) return AnyName(ContentOf(point.name), is_point);
   // Relative to the issuer of the lists that serve the point, which is this list's.
   StackName full;
-  return *point.name.begin == kTagRelativeName && full.Begin(IssuerOf(crl)) &&
+  return *point.name.begin == kTagRelativeName && left->Take() && full.Begin(IssuerOf(crl)) &&
          full.ReadRdn(ContentOf(point.name)) && IsPointName(crl, *full.get());
 }
 
@@ -220,11 +234,12 @@ bool AnyPointCovers(const CVD_CRL& crl, const CVD_Certificate& certificate, bool
   if (extension == nullptr) return false;
   DerCursor in = ValueOf(*extension);
   if (!TakeWhole(&in, kTagSequence)) return false;
+  NamesLeft left(crl);
   while (!in.empty()) {
     DerElement element;
     DistributionPoint point;
     if (!Take(&in, kTagSequence, &element) || !ReadPoint(ContentOf(element), &point)) return false;
-    if (PointCovers(crl, point, own)) return true;
+    if (PointCovers(crl, point, own, &left)) return true;
   }
   return false;
 }

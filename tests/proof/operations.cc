@@ -150,6 +150,9 @@ uint32_t Keep(Results* out, const char* text) {
 const CVD_Name* SubjectOf(const Sample& in) {
   return in.certificate == nullptr ? nullptr : &in.certificate->tbsCertificate.subject;
 }
+const CVD_Name* IssuersNameOf(const Sample& in) {
+  return in.issuer == nullptr ? nullptr : &in.issuer->tbsCertificate.subject;
+}
 const Huge* SerialOf(const Sample& in) {
   return in.certificate == nullptr ? nullptr : &in.certificate->tbsCertificate.serialNumber;
 }
@@ -376,8 +379,7 @@ const Operation kOperations[] = {
         UseTrace(), kNever),
 
     // Records, identifiers, times.
-    ROW("CVD_ASN_CmpName", static_cast<uint32_t>(CVD_ASN_CmpName(SubjectOf(in), SubjectOf(in))),
-        kNever),
+    ROW("CVD_ASN_CmpName", NUMBER(CVD_ASN_CmpName(SubjectOf(in), IssuersNameOf(in))), kNever),
     ROW("CVD_ASN_CmpOID", static_cast<uint32_t>(CVD_ASN_CmpOID(AlgorithmOf(in), AlgorithmOf(in))),
         kNever),
     ROW("CVD_ASN_DecodePDU", DecodeAsEachType(in, out), kUntouched, kAsn),

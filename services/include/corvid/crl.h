@@ -62,10 +62,11 @@ CVD_EXPORT uint32_t CVD_CRL_GetInfo(const CVD_CRL* crl, CVD_CRLInfo* info);
  * list with an entry of that issuer (certificateIssuer), or whose issuer a distribution point of
  * the certificate names (cRLIssuer); CVD_CRL_ERR_SCOPE when the list's issuingDistributionPoint
  * leaves the certificate out: user or CA certificates only, attribute certificates only, or a
- * distribution point that the certificate does not name. Entries with the reason removeFromCRL
- * revoke nothing. Neither the signature nor the time is looked at. O(log n), without allocation; of
- * an indirect list the entries of one serial number are compared one by one, and, when the
- * certificate does not name it, the entries' issuers as well. `context` is not read. */
+ * distribution point that the certificate does not name (as far as a few thousand of its names are
+ * compared). Entries with the reason removeFromCRL revoke nothing. Neither the signature nor the
+ * time is looked at. O(log n), without allocation; of an indirect list the issuers of one serial
+ * number are compared one by one, and, when the certificate does not name it, all the entries'
+ * issuers. `context` is not read. */
 CVD_EXPORT uint32_t CVD_IsCertRevoked(void* context, const CVD_CRL* crl,
                                       const CVD_Certificate* certificate);
 
