@@ -61,13 +61,22 @@ bool ArePlain(const char* octets) {
   return special == 0;
 }
 
+// Where the plain octets from `at` on end.
+size_t FindSpecial(std::string_view text, size_t at) {
+  while (text.size() - at >= 8 && ArePlain(text.data() + at)) at += 8;
+  // The last octets, some of them once more.
+  if (text.size() - at < 8 && text.size() >= 8 && ArePlain(text.data() + text.size() - 8)) {
+    return text.size();
+  }
+  while (at < text.size() && kPlain[static_cast<uint8_t>(text[at])]) ++at;
+  return at;
+}
+
 // Copies plain octets from `at` on; returns where they end.
 size_t CopyPlain(std::string_view text, size_t at, std::string* out) {
-  const size_t begin = at;
-  while (text.size() - at >= 8 && ArePlain(text.data() + at)) at += 8;
-  while (at < text.size() && kPlain[static_cast<uint8_t>(text[at])]) ++at;
-  out->append(text, begin, at - begin);
-  return at;
+  const size_t end = FindSpecial(text, at);
+  out->append(text, at, end - at);
+  return end;
 }
 
 // True when `text` shows an octet escape, its own or one that will stand for an octet.
@@ -107,6 +116,29 @@ const char* ShortEscape(uint32_t code) {
   return code == '\t' ? "\\t" : code == '\n' ? "\\n" : code == '\r' ? "\\r" : nullptr;
 }
 
+void AppendJsonText(std::string_view octets, Backslash backslash, std::string* out) {
+  const bool doubled = backslash == Backslash::kDouble && HoldsOctetEscape(octets);
+  size_t at = CopyPlain(octets, 0, out);
+  for (; at < octets.size(); at = CopyPlain(octets, at, out)) {
+    const Character character = ReadCharacter(octets, at);
+    if (character.size == 0) {
+      out->push_back('\\');  // the escape's own backslash is text, and escaped in turn
+      AppendOctetEscape(octets[at++], out);
+      continue;
+    }
+    if (character.code == '\\') {
+      *out += doubled ? "\\\\\\\\" : "\\\\";
+    } else if (character.code == '"') {
+      *out += "\\\"";
+    } else if (IsUnsafe(character.code)) {
+      AppendJsonEscape(character.code, out);
+    } else {
+      out->append(octets, at, character.size);
+    }
+    at += character.size;
+  }
+}
+
 }  // namespace
 
 Character ReadCharacter(std::string_view text, size_t at) {
@@ -140,19 +172,24 @@ void AppendUtf8(uint32_t code, std::string* out) {
   }
 }
 
-// Without a table, so that the compiler does many octets at once.
 void AppendHex(pkc::Octets octets, std::string* out) {
   const size_t begin = out->size();
   out->resize(begin + 2 * octets.size());
+  PutHex(octets, out->data() + begin);
+}
+
+// Without a table, so that the compiler does many octets at once.
+char* PutHex(pkc::Octets octets, char* out) {
   const uint8_t* in = octets.data();
-  char* digits = out->data() + begin;
+  const size_t size = octets.size();
   const auto digit = [](uint8_t value) {
     return static_cast<char>(value + (value > 9 ? 'a' - 10 : '0'));
   };
-  for (size_t i = 0; i < octets.size(); ++i) {
-    digits[2 * i] = digit(in[i] >> 4);
-    digits[2 * i + 1] = digit(in[i] & 15);
+  for (size_t i = 0; i < size; ++i) {
+    out[2 * i] = digit(in[i] >> 4);
+    out[2 * i + 1] = digit(in[i] & 15);
   }
+  return out + 2 * size;
 }
 
 void AppendCodeEscape(uint32_t code, std::string* out) {
@@ -181,30 +218,19 @@ void AppendSafeText(std::string_view octets, Backslash backslash, std::string* o
   }
 }
 
-void AppendJsonString(std::string_view octets, Backslash backslash, std::string* out) {
-  out->push_back('"');
-  size_t at = CopyPlain(octets, 0, out);
-  const bool doubled =
-      at < octets.size() && backslash == Backslash::kDouble && HoldsOctetEscape(octets.substr(at));
-  for (; at < octets.size(); at = CopyPlain(octets, at, out)) {
-    const Character character = ReadCharacter(octets, at);
-    if (character.size == 0) {
-      out->push_back('\\');  // the escape's own backslash is text, and escaped in turn
-      AppendOctetEscape(octets[at++], out);
-      continue;
-    }
-    if (character.code == '\\') {
-      *out += doubled ? "\\\\\\\\" : "\\\\";
-    } else if (character.code == '"') {
-      *out += "\\\"";
-    } else if (IsUnsafe(character.code)) {
-      AppendJsonEscape(character.code, out);
-    } else {
-      out->append(octets, at, character.size);
-    }
-    at += character.size;
+char* PutJsonString(std::string_view octets, Backslash backslash, char* out) {
+  *out++ = '"';
+  if (FindSpecial(octets, 0) == octets.size()) {
+    std::memcpy(out, octets.data(), octets.size());
+    out += octets.size();
+  } else {
+    std::string escaped;
+    AppendJsonText(octets, backslash, &escaped);
+    std::memcpy(out, escaped.data(), escaped.size());
+    out += escaped.size();
   }
-  out->push_back('"');
+  *out++ = '"';
+  return out;
 }
 
 void AppendCell(std::string_view octets, Backslash backslash, std::string* out) {

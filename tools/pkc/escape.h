@@ -26,14 +26,18 @@ Character ReadCharacter(std::string_view text, size_t at);
 
 void AppendUtf8(uint32_t code, std::string* out);
 void AppendHex(pkc::Octets octets, std::string* out);
+// The same into room for two digits an octet; returns where they end.
+char* PutHex(pkc::Octets octets, char* out);
 // \u{HHHH}
 void AppendCodeEscape(uint32_t code, std::string* out);
 
 void AppendSafeText(std::string_view octets, Backslash backslash, std::string* out);
-// A JSON string with its quotes. Control and reordering characters become \uHHHH. Octets that are
+// Writes a JSON string with its quotes into room for two and kMostJsonAnOctet for each octet, and
+// returns where it ends. Control and reordering characters become \uHHHH. Octets that are
 // no UTF-8 become the text \xHH; a text that holds \x and two hexadecimal digits, either way, has
 // its own backslashes doubled, so that both kinds stay apart.
-void AppendJsonString(std::string_view octets, Backslash backslash, std::string* out);
+char* PutJsonString(std::string_view octets, Backslash backslash, char* out);
+constexpr size_t kMostJsonAnOctet = 6;
 // A cell of a tab-separated row: the text that the JSON string holds, with \t, \n, \r and \\ for
 // tab, line feed, carriage return and backslash, and \xHH for each octet of the other control and
 // reordering characters. It is the form that COPY of databases reads.

@@ -91,22 +91,19 @@ const Reporter::ExtensionRow Reporter::kExtensionRows[] = {
 
 void Reporter::Extensions(const CVD_ExtensionNode* first) {
   report_.List("extensions", "Extensions", {first == nullptr ? "(none)" : ""});
-  const std::string outer = path_;
   extension_ = 0;
   value_offsets_.clear();
   for (const auto& node : pkc::Nodes(first)) {
     const CVD_Extension& extension = node.extension;
     const OidName& id = oids_.Of(extension.extnID);
-    path_ = outer + ".extensions[" + std::to_string(extension_) + "].extnValue";
     report_.Object(nullptr, nullptr, {id.title, extension.critical != 0 ? ", critical" : ""});
-    report_.Rendered("oid", nullptr, {id.dotted});
-    if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+    OidItems(id);
     report_.Flag("critical", nullptr, extension.critical != 0);
     ExtensionValue(id, extension);
     report_.End();
     ++extension_;
   }
-  path_ = outer;
+  extension_ = kNoExtension;
   report_.End();
 }
 
@@ -125,7 +122,7 @@ void Reporter::ExtensionValue(const OidName& id, const CVD_Extension& extension)
   if (extension_ < value_offsets_.size()) {
     problem.offset = value_offsets_[extension_] + failure.offset;
   }
-  problem.path = path_;
+  problem.path = Path();
   if (failure.path[0] != '\0') {
     if (failure.path[0] != '[') problem.path += '.';
     problem.path += failure.path;
@@ -147,29 +144,35 @@ void Reporter::RepairedPolicies(const CVD_Extension& extension) {
   report_.Rendered("renderedPolicies", "Policies, as repaired", {policies.data()});
 }
 
-void Reporter::StringOrDer(const char* key, const char* label, pkc::Octets der) {
+void Reporter::StringOrDer(Key key, const char* label, pkc::Octets der) {
   const StringValue value = DecodeString(der);
   if (value.type != nullptr && value.status.ok()) return report_.Text(key, label, value.text);
   report_.Octets("der", label, der);
-  if (!value.status.ok()) Fail(key, value.status);
+  if (!value.status.ok()) Fail(key.view(), value.status);
 }
 
 // ---- flags and identifiers -----------------------------------------------------------------
 
-void Reporter::FlagNames(const char* key, const char* label, const char* const* names, size_t count,
+void Reporter::FlagNames(Key key, const char* label, const char* const* names, size_t count,
                          pkc::Octets octets, uint32_t bits) {
   constexpr uint32_t kMostBits = 64;  // of longer strings a list would be all too long
   if (bits > kMostBits) return report_.Octets(key, label, octets);
-  std::vector<std::string> set;
-  for (uint32_t bit = 0; bit < bits && bit / 8 < octets.size(); ++bit) {
-    if ((octets[bit / 8] & 0x80U >> bit % 8) == 0) continue;
-    const bool named = bit < count && names[bit] != nullptr;
-    set.push_back(named ? names[bit] : "bit " + std::to_string(bit));
-  }
   scratch_.clear();
-  for (const std::string& name : set) scratch_ += (scratch_.empty() ? "" : ", ") + name;
-  report_.List(key, label, {set.empty() ? "(none)" : std::string_view(scratch_)});
-  for (const std::string& name : set) report_.Rendered(nullptr, nullptr, {name});
+  const auto for_each = [&](auto&& use) {
+    std::string unnamed;
+    for (uint32_t bit = 0; bit < bits && bit / 8 < octets.size(); ++bit) {
+      if ((octets[bit / 8] & 0x80U >> bit % 8) == 0) continue;
+      const bool named = bit < count && names[bit] != nullptr;
+      if (!named) unnamed = "bit " + std::to_string(bit);
+      use(named ? std::string_view(names[bit]) : std::string_view(unnamed));
+    }
+  };
+  for_each([&](std::string_view name) {
+    scratch_ += scratch_.empty() ? "" : ", ";
+    scratch_ += name;
+  });
+  report_.List(key, label, {scratch_.empty() ? "(none)" : std::string_view(scratch_)});
+  for_each([&](std::string_view name) { report_.Known(nullptr, nullptr, name); });
   report_.End();
 }
 
@@ -221,8 +224,7 @@ void Reporter::Policies(const CVD_CertificatePolicies& value) {
   for (const auto& policy : pkc::Nodes(value.first)) {
     const OidName& id = oids_.Of(policy.policyIdentifier);
     report_.Object(nullptr, "Policy", {id.title});
-    report_.Rendered("oid", nullptr, {id.dotted});
-    if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+    OidItems(id);
     if ((policy.present & 0x80) != 0) {
       report_.List("qualifiers", nullptr);
       for (const auto& qualifier : pkc::Nodes(policy.policyQualifiers)) PolicyQualifier(qualifier);
@@ -237,14 +239,13 @@ void Reporter::PolicyQualifier(const CVD_PolicyQualifierInfoNode& qualifier) {
   const OidName& id = oids_.Of(qualifier.policyQualifierId);
   const bool notice = id.dotted == "1.3.6.1.5.5.7.2.2";
   report_.Object(nullptr, notice ? "User notice" : nullptr);
-  report_.Rendered("oid", nullptr, {id.dotted});
-  if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+  OidItems(id);
   if (notice) {
     UserNotice(qualifier.qualifier);
   } else if (id.dotted == "1.3.6.1.5.5.7.2.1") {
     StringOrDer("cPSuri", "CPS", qualifier.qualifier);
   } else {
-    report_.Octets("der", id.name != nullptr ? id.name : id.dotted.c_str(), qualifier.qualifier);
+    report_.Octets("der", id.label(), qualifier.qualifier);
   }
   report_.End();
 }
@@ -307,7 +308,7 @@ void Reporter::AlternativeNames(const CVD_GeneralNames& value) {
   GeneralNames("names", nullptr, value.first);
 }
 
-void Reporter::GeneralNames(const char* key, const char* label, const CVD_GeneralNameNode* first) {
+void Reporter::GeneralNames(Key key, const char* label, const CVD_GeneralNameNode* first) {
   report_.List(key, label);
   for (const auto& node : pkc::Nodes(first)) {
     report_.Object(nullptr, nullptr);
@@ -328,7 +329,7 @@ void Reporter::GeneralName(const CVD_GeneralName& name) {
                                     "uniformResourceIdentifier",
                                     "iPAddress",
                                     "registeredID"};
-  report_.Rendered("type", nullptr, {kTypes[name.choice < std::size(kTypes) ? name.choice : 0]});
+  report_.Known("type", nullptr, kTypes[name.choice < std::size(kTypes) ? name.choice : 0]);
   switch (name.choice) {
     case CVD_GENERAL_NAME_OTHER:
       return OtherName(name.name.otherName);
@@ -369,10 +370,9 @@ void Reporter::IpAddress(pkc::Octets address) {
 
 void Reporter::OtherName(const CVD_OtherName& name) {
   const OidName& id = oids_.Of(name.typeId);
-  report_.Rendered("oid", nullptr, {id.dotted});
-  if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+  OidItems(id);
   if (id.dotted != "1.2.410.200004.10.1.1") {
-    const char* label = id.name != nullptr ? id.name : id.dotted.c_str();
+    const char* label = id.label();
     return StringOrDer("value", label, name.value);
   }
   pkc::Decoded<CVD_IdentityData> data;
@@ -397,8 +397,7 @@ void Reporter::IdentityData(const CVD_IdentityData& data) {
 void Reporter::UserInfo(const CVD_UserInfoNode& info) {
   const OidName& id = oids_.Of(info.type);
   report_.Object(nullptr, nullptr);
-  report_.Rendered("oid", nullptr, {id.dotted});
-  if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+  OidItems(id);
   pkc::Decoded<CVD_VID> vid;
   const bool is_vid = id.dotted == "1.2.410.200004.10.1.1.1";
   const pkc::Status status = is_vid ? vid.Decode(info.value) : pkc::Status();
@@ -406,7 +405,7 @@ void Reporter::UserInfo(const CVD_UserInfoNode& info) {
     Algorithm("hashAlg", "VID hash", vid->hashAlg);
     report_.Octets("virtualID", "VID", vid->virtualID);
   } else {
-    report_.Octets("der", id.name != nullptr ? id.name : id.dotted.c_str(), info.value);
+    report_.Octets("der", id.label(), info.value);
     if (!status.ok()) Fail("virtualID", status);
   }
   report_.End();
@@ -417,8 +416,7 @@ void Reporter::InfoAccess(const CVD_AuthorityInfoAccessSyntax& value) {
   for (const auto& access : pkc::Nodes(value.first)) {
     const OidName& id = oids_.Of(access.accessMethod);
     report_.Object(nullptr, nullptr, {id.title});
-    report_.Rendered("oid", nullptr, {id.dotted});
-    if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+    OidItems(id);
     report_.Object("accessLocation", nullptr);
     GeneralName(access.accessLocation);
     report_.End();

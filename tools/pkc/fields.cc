@@ -12,8 +12,6 @@ namespace {
 
 constexpr size_t kNone = SIZE_MAX;
 
-bool IsGroup(const Item& item) { return item.kind == Kind::kObject || item.kind == Kind::kList; }
-
 // Splits off what stands before the separator.
 std::string_view TakeStep(std::string_view* path, char separator) {
   const size_t end = std::min(path->find(separator), path->size());
@@ -103,7 +101,7 @@ void FieldWriter::SelectIn(size_t group, std::string_view step, std::string_view
 size_t FieldWriter::Child(size_t group, std::string_view key) const {
   const std::vector<Item>& items = report_->items();
   for (size_t at = group + 1; at < (*ends_)[group]; at = Next(at)) {
-    if (items[at].key != nullptr && items[at].key == key) return at;
+    if (items[at].key.view() == key) return at;
   }
   return kNone;
 }
@@ -136,6 +134,9 @@ void FieldWriter::Scalar(const Item& item) {
       return AppendCell(octets, Backslash::kDouble, out_);
     case Kind::kRendered:
       return AppendCell(octets, Backslash::kKeep, out_);
+    case Kind::kKnown:
+      *out_ += octets;
+      return;
     case Kind::kOctets:
       return AppendHex(octets, out_);
     case Kind::kFlag:

@@ -55,8 +55,7 @@ void AppendEscapedValue(std::string_view value, std::string* text) {
 
 }  // namespace
 
-void Reporter::Name(const char* key, const char* label, std::string_view field,
-                    const CVD_Name& name) {
+void Reporter::Name(Key key, const char* label, std::string_view field, const CVD_Name& name) {
   const std::string text = NameText(name);
   report_.Object(key, label, {name.rdnSequence == nullptr ? "(empty)" : std::string_view(text)});
   report_.Rendered("text", nullptr, {text});
@@ -78,12 +77,11 @@ void Reporter::Attributes(std::string_view field, const CVD_AttributeTypeAndValu
 // A type that has a label is meant to be text; of others any value will do.
 void Reporter::Attribute(std::string_view field, const CVD_AttributeTypeAndValueNode& attribute) {
   const OidName& id = oids_.Of(attribute.type);
-  const char* label = id.name != nullptr ? id.name : id.dotted.c_str();
+  const char* label = id.label();
   const StringValue value = DecodeString(attribute.value);
   report_.Object(nullptr, nullptr);
-  report_.Rendered("oid", nullptr, {id.dotted});
-  if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
-  if (value.type != nullptr) report_.Rendered("type", nullptr, {value.type});
+  OidItems(id);
+  if (value.type != nullptr) report_.Known("type", nullptr, value.type);
   if (value.type != nullptr && value.status.ok()) {
     report_.Text("value", label, value.text);
   } else {

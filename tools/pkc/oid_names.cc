@@ -11,7 +11,7 @@ namespace {
 
 struct Row {
   std::string_view dotted;
-  const char* name;
+  std::string_view name;
 };
 
 // Sorted by the characters of the dotted text.
@@ -203,17 +203,26 @@ static_assert(std::is_sorted(std::begin(kNames), std::end(kNames), Before));
 
 constexpr size_t kRemembered = 4096;
 
-const char* FindName(std::string_view dotted) {
-  const auto* row =
-      std::lower_bound(std::begin(kNames), std::end(kNames), Row{dotted, nullptr}, Before);
-  return row != std::end(kNames) && row->dotted == dotted ? row->name : nullptr;
+std::string_view FindName(std::string_view dotted) {
+  const auto* row = std::lower_bound(std::begin(kNames), std::end(kNames), Row{dotted, {}}, Before);
+  return row != std::end(kNames) && row->dotted == dotted ? row->name : std::string_view();
 }
 
 }  // namespace
 
 const OidName& OidNames::Of(const CVD_OID& oid) {
   const std::string_view octets = pkc::Octets(oid).text();
-  if (const auto found = known_.find(octets); found != known_.end()) return found->second;
+  size_t place = octets.size();
+  for (const char octet : octets.substr(octets.size() - std::min<size_t>(octets.size(), 3))) {
+    place = 5 * place + static_cast<uint8_t>(octet);
+  }
+  const Known::value_type*& recent = recent_[place % recent_.size()];
+  if (recent == nullptr || recent->first != octets) recent = &Find(oid, octets);
+  return recent->second;
+}
+
+const OidNames::Known::value_type& OidNames::Find(const CVD_OID& oid, std::string_view octets) {
+  if (const auto found = known_.find(octets); found != known_.end()) return *found;
   OidName entry;
   pkc::Text text;
   if (pkc::DottedText(oid, &text).ok()) {
@@ -224,12 +233,14 @@ const OidName& OidNames::Of(const CVD_OID& oid) {
   }
   entry.name = FindName(entry.dotted);
   entry.title =
-      entry.name == nullptr ? entry.dotted : std::string(entry.name) + " (" + entry.dotted + ')';
-  return known_.emplace(octets, std::move(entry)).first->second;
+      entry.name.empty() ? entry.dotted : std::string(entry.name) + " (" + entry.dotted + ')';
+  return *known_.emplace(octets, std::move(entry)).first;
 }
 
 void OidNames::Trim() {
-  if (known_.size() > kRemembered) known_.clear();
+  if (known_.size() <= kRemembered) return;
+  known_.clear();
+  recent_.fill(nullptr);
 }
 
 }  // namespace corvid::tool

@@ -2,6 +2,7 @@
 #ifndef CORVID_TOOLS_PKC_OID_NAMES_H_
 #define CORVID_TOOLS_PKC_OID_NAMES_H_
 
+#include <array>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -12,10 +13,12 @@
 namespace corvid::tool {
 
 struct OidName {
-  std::string dotted;  // "#" and the content octets in hexadecimal when there is no dotted text
-  const char* name;    // null for an identifier without a name here
+  std::string dotted;     // "#" and the content octets in hexadecimal when there is no dotted text
+  std::string_view name;  // a literal; empty for an identifier without a name here
   // "keyUsage (2.5.29.15)", or the dotted text alone.
   std::string title;
+  // The name, else the dotted text, for as long as this is there.
+  const char* label() const { return name.empty() ? dotted.c_str() : name.data(); }
 };
 
 // Remembers what it has once looked up: certificates name the same few identifiers over and over.
@@ -30,7 +33,11 @@ class OidNames {
   struct Hash : std::hash<std::string_view> {
     using is_transparent = void;
   };
-  std::unordered_map<std::string, OidName, Hash, std::equal_to<>> known_;
+  using Known = std::unordered_map<std::string, OidName, Hash, std::equal_to<>>;
+  const Known::value_type& Find(const CVD_OID& oid, std::string_view octets);
+
+  Known known_;
+  std::array<const Known::value_type*, 128> recent_{};  // by a hash that costs nothing
 };
 
 }  // namespace corvid::tool

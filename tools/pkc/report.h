@@ -8,6 +8,7 @@
 #ifndef CORVID_TOOLS_PKC_REPORT_H_
 #define CORVID_TOOLS_PKC_REPORT_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
@@ -24,19 +25,40 @@ enum class Kind : uint8_t {
   kEnd,       // of the innermost open group
   kText,      // octets of unknown origin, meant as UTF-8
   kRendered,  // text with escapes of its own
+  kKnown,     // text of ours, in which nothing has to be escaped
   kOctets,    // shown in hexadecimal
   kNumber,
   kFlag
 };
 
+// A literal, or null. Its length is known where it is written.
+class Key {
+ public:
+  // NOLINTBEGIN(google-explicit-constructor)
+  constexpr Key(std::nullptr_t) : text_(nullptr), size_(0) {}
+  constexpr Key(const char* text)
+      : text_(text), size_(static_cast<uint32_t>(std::char_traits<char>::length(text))) {}
+  // NOLINTEND(google-explicit-constructor)
+  constexpr bool exists() const { return text_ != nullptr; }
+  constexpr std::string_view view() const { return {text_, size_}; }
+
+ private:
+  const char* text_;
+  uint32_t size_;
+};
+
 struct Item {
   Kind kind;
-  const char* key;
+  Key key;
   const char* label;
   size_t begin;  // in the report's buffer; of a group its headline
   size_t size;
   int64_t number;
 };
+
+inline bool IsGroup(const Item& item) {
+  return item.kind == Kind::kObject || item.kind == Kind::kList;
+}
 
 class Report {
  public:
@@ -46,26 +68,27 @@ class Report {
     items_.clear();
     octets_.clear();
   }
-  void Object(const char* key, const char* label, Parts headline = {}) {
+  void Object(Key key, const char* label, Parts headline = {}) {
     Add(Kind::kObject, key, label, headline);
   }
-  void List(const char* key, const char* label, Parts headline = {}) {
+  void List(Key key, const char* label, Parts headline = {}) {
     Add(Kind::kList, key, label, headline);
   }
   void End() { Add(Kind::kEnd, nullptr, nullptr, {}); }
-  void Text(const char* key, const char* label, std::string_view octets) {
+  void Text(Key key, const char* label, std::string_view octets) {
     Add(Kind::kText, key, label, {octets});
   }
-  void Rendered(const char* key, const char* label, Parts text) {
-    Add(Kind::kRendered, key, label, text);
+  void Rendered(Key key, const char* label, Parts text) { Add(Kind::kRendered, key, label, text); }
+  void Known(Key key, const char* label, std::string_view text) {
+    Add(Kind::kKnown, key, label, {text});
   }
-  void Octets(const char* key, const char* label, pkc::Octets octets) {
+  void Octets(Key key, const char* label, pkc::Octets octets) {
     Add(Kind::kOctets, key, label, {octets.text()});
   }
-  void Number(const char* key, const char* label, int64_t number) {
+  void Number(Key key, const char* label, int64_t number) {
     Add(Kind::kNumber, key, label, {}, number);
   }
-  void Flag(const char* key, const char* label, bool value) {
+  void Flag(Key key, const char* label, bool value) {
     Add(Kind::kFlag, key, label, {}, value ? 1 : 0);
   }
 
@@ -75,7 +98,7 @@ class Report {
   }
 
  private:
-  void Add(Kind kind, const char* key, const char* label, Parts parts, int64_t number = 0) {
+  void Add(Kind kind, Key key, const char* label, Parts parts, int64_t number = 0) {
     const size_t begin = octets_.size();
     for (const std::string_view part : parts) octets_ += part;
     items_.push_back({kind, key, label, begin, octets_.size() - begin, number});

@@ -13,7 +13,8 @@ namespace corvid::tool {
 bool Reporter::Read(const Origin& origin, pkc::Octets der) {
   report_.Clear();
   problems_.clear();
-  path_ = "tbsCertificate";
+  in_tbs_ = true;
+  extension_ = kNoExtension;
   oids_.Trim();
   origin_ = origin;
   der_ = der;
@@ -47,7 +48,7 @@ void Reporter::Certificate(const CVD_Certificate& certificate) {
     BitString("subjectUniqueID", "Subject unique identifier", tbs.subjectUniqueID);
   }
   if ((tbs.present & 0x10) != 0) Extensions(tbs.extensions);
-  path_.clear();
+  in_tbs_ = false;
   // The algorithm outside the signed part must be the one inside (RFC 5280 section 4.1.1.2), so
   // people are told only of another.
   const bool same = pkc::Octets(tbs.signature.algorithm).text() ==
@@ -63,35 +64,38 @@ void Reporter::Certificate(const CVD_Certificate& certificate) {
 
 // Two numbers with the same content octets but for a leading zero have one hexadecimal text, so a
 // negative one is marked.
-void Reporter::Serial(const char* key, const char* label, const Huge& serial) {
+void Reporter::Serial(Key key, const char* label, const Huge& serial) {
   pkc::Text text;
   if (const pkc::Status status = pkc::SerialText(serial, &text); !status.ok()) {
-    return Fail(key, status);
+    return Fail(key.view(), status);
   }
   const bool negative = serial.length > 0 && (serial.data[0] & 0x80) != 0;
   report_.Rendered(key, label, {text.view(), negative ? " (negative)" : ""});
 }
 
-void Reporter::Time(const char* key, const char* label, const CVD_Time& time) {
-  report_.Rendered(key, label, {TimeText(pkc::Seconds(time)).view()});
+void Reporter::Time(Key key, const char* label, const CVD_Time& time) {
+  report_.Known(key, label, TimeText(pkc::Seconds(time)).view());
 }
 
-void Reporter::Oid(const char* key, const char* label, const CVD_OID& oid) {
+void Reporter::Oid(Key key, const char* label, const CVD_OID& oid) {
   const OidName& id = oids_.Of(oid);
   report_.Object(key, label, {id.title});
-  report_.Rendered("oid", nullptr, {id.dotted});
-  if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+  OidItems(id);
   report_.End();
+}
+
+// The identifier and its name, in the group at hand.
+void Reporter::OidItems(const OidName& id) {
+  report_.Known("oid", nullptr, id.dotted);
+  if (!id.name.empty()) report_.Known("name", nullptr, id.name);
 }
 
 // NULL parameters say nothing to people; those that are an identifier name a curve (RFC 5480
 // section 2.1.1).
-void Reporter::Algorithm(const char* key, const char* label,
-                         const CVD_AlgorithmIdentifier& algorithm) {
+void Reporter::Algorithm(Key key, const char* label, const CVD_AlgorithmIdentifier& algorithm) {
   const OidName& id = oids_.Of(algorithm.algorithm);
   report_.Object(key, label, {label != nullptr ? std::string_view(id.title) : ""});
-  report_.Rendered("oid", nullptr, {id.dotted});
-  if (id.name != nullptr) report_.Rendered("name", nullptr, {id.name});
+  OidItems(id);
   const pkc::Octets parameters = algorithm.parameters;
   if ((algorithm.present & 0x80) != 0) {
     Element element;
@@ -106,7 +110,7 @@ void Reporter::Algorithm(const char* key, const char* label,
   report_.End();
 }
 
-void Reporter::BitString(const char* key, const char* label, const CVD_BitString& bits) {
+void Reporter::BitString(Key key, const char* label, const CVD_BitString& bits) {
   if (bits.bits % 8 == 0) return report_.Octets(key, label, bits);
   report_.Object(key, label);
   report_.Octets("octets", "Octets", bits);
@@ -154,7 +158,7 @@ void Reporter::KeyIdentifier(pkc::Octets key) {
 void Reporter::Fingerprints(pkc::Octets der) {
   struct Digest {
     int32_t hash_id;
-    const char* key;
+    Key key;
     const char* label;
   };
   constexpr Digest kDigests[] = {{CVD_HASH_SHA1, "sha1", "SHA-1"},
@@ -172,17 +176,24 @@ void Reporter::Fingerprints(pkc::Octets der) {
   report_.End();
 }
 
-void Reporter::Fail(std::string_view field, pkc::Status status, const char* key) {
+std::string Reporter::Path() const {
+  if (extension_ != kNoExtension) {
+    return "tbsCertificate.extensions[" + std::to_string(extension_) + "].extnValue";
+  }
+  return in_tbs_ ? "tbsCertificate" : "";
+}
+
+void Reporter::Fail(std::string_view field, pkc::Status status, Key key) {
   Problem problem;
-  problem.path = path_;
-  if (!path_.empty()) problem.path += '.';
+  problem.path = Path();
+  if (!problem.path.empty()) problem.path += '.';
   problem.path += field;
   problem.code = status.code();
   problem.reason = ReasonOf(status);
   Fail(std::move(problem), key);
 }
 
-void Reporter::Fail(Problem problem, const char* key) {
+void Reporter::Fail(Problem problem, Key key) {
   problem.input = origin_.input;
   problem.certificate = origin_.certificate;
   const std::string code = std::to_string(static_cast<int32_t>(problem.code));

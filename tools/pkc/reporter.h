@@ -41,18 +41,19 @@ class Reporter {
 
   // The parts of a certificate (reporter.cc).
   void Certificate(const CVD_Certificate& certificate);
-  void Serial(const char* key, const char* label, const Huge& serial);
-  void Time(const char* key, const char* label, const CVD_Time& time);
+  void Serial(Key key, const char* label, const Huge& serial);
+  void Time(Key key, const char* label, const CVD_Time& time);
   void PublicKey(const CVD_SubjectPublicKeyInfo& info);
   void KeyLength(const CVD_SubjectPublicKeyInfo& info);
   void KeyIdentifier(pkc::Octets key);
   void Fingerprints(pkc::Octets der);
-  void Algorithm(const char* key, const char* label, const CVD_AlgorithmIdentifier& algorithm);
-  void BitString(const char* key, const char* label, const CVD_BitString& bits);
-  void Oid(const char* key, const char* label, const CVD_OID& oid);
+  void Algorithm(Key key, const char* label, const CVD_AlgorithmIdentifier& algorithm);
+  void BitString(Key key, const char* label, const CVD_BitString& bits);
+  void Oid(Key key, const char* label, const CVD_OID& oid);
+  void OidItems(const OidName& id);
 
   // Names (name_report.cc).
-  void Name(const char* key, const char* label, std::string_view field, const CVD_Name& name);
+  void Name(Key key, const char* label, std::string_view field, const CVD_Name& name);
   void Attributes(std::string_view field, const CVD_AttributeTypeAndValueNode* first);
   void Attribute(std::string_view field, const CVD_AttributeTypeAndValueNode& attribute);
   bool IsPlain(const CVD_AttributeTypeAndValueNode& attribute);
@@ -77,23 +78,27 @@ class Reporter {
   void UserNotice(pkc::Octets der);
   void NoticeReference(pkc::Octets content);
   void NoticeNumber(pkc::Octets content);
-  void FlagNames(const char* key, const char* label, const char* const* names, size_t count,
+  void FlagNames(Key key, const char* label, const char* const* names, size_t count,
                  pkc::Octets octets, uint32_t bits);
-  void GeneralNames(const char* key, const char* label, const CVD_GeneralNameNode* first);
+  void GeneralNames(Key key, const char* label, const CVD_GeneralNameNode* first);
   void GeneralName(const CVD_GeneralName& name);
   void OtherName(const CVD_OtherName& name);
   void IdentityData(const CVD_IdentityData& data);
   void UserInfo(const CVD_UserInfoNode& info);
   void IpAddress(pkc::Octets address);
   // A string of any type, or the DER of another value.
-  void StringOrDer(const char* key, const char* label, pkc::Octets der);
+  void StringOrDer(Key key, const char* label, pkc::Octets der);
 
+  // Of what is at hand, for problems.
+  std::string Path() const;
   // Says in place, under `key`, that a field below the current path failed.
-  void Fail(std::string_view field, pkc::Status status, const char* key = "error");
-  void Fail(Problem problem, const char* key);
+  void Fail(std::string_view field, pkc::Status status, Key key = "error");
+  void Fail(Problem problem, Key key);
 
   template <typename Record, void (Reporter::*kShow)(const Record&)>
   pkc::Status DecodeAndShow(pkc::Octets der);
+
+  static constexpr size_t kNoExtension = SIZE_MAX;
 
   bool upper_labels_;
   Report report_;
@@ -101,8 +106,8 @@ class Reporter {
   std::vector<Problem> problems_;
   Origin origin_{};
   pkc::Octets der_;
-  std::string path_;                    // of what is at hand, for problems
-  size_t extension_ = 0;                // the index of the extension at hand
+  bool in_tbs_ = true;                  // the part that is signed
+  size_t extension_ = kNoExtension;     // the index of the extension at hand
   std::vector<int64_t> value_offsets_;  // of all extensions, once one has failed
   std::string scratch_;
 };
