@@ -9,6 +9,7 @@ servers=()
 
 end_servers() {
   local name
+  trap '' PIPE  # also when nobody reads any more
   for name in "${servers[@]}"; do
     as_server "$bin/pg_ctl" stop -s -m immediate -D "$work/$name" || true
   done
@@ -28,7 +29,8 @@ else
 fi
 
 # stage LIBRARY-BUILD EXTENSION-BUILD: copies PostgreSQL, which finds its files relative to its
-# programs, installs the library, and builds and installs the extension against it.
+# programs, installs the library, and builds and installs the extension against it, compiled with
+# $extension_flags.
 stage() {
   local stage=$work/stage folder
   for folder in "$("$pg_config" --pkglibdir)" "$("$pg_config" --sharedir)"; do
@@ -62,7 +64,7 @@ start() {
     echo "$setting" >> "$work/$name/postgresql.conf"
   done
   servers+=("$name")
-  as_server env LD_PRELOAD="${preload:-}" "$bin/pg_ctl" start -s -w -D "$work/$name" -l "$work/$name/log" ||
+  as_server "$bin/pg_ctl" start -s -w -D "$work/$name" -l "$work/$name/log" ||
     { cat "$work/$name/log" >&2; return 1; }
 }
 

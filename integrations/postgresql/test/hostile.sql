@@ -47,4 +47,4 @@ CREATE FUNCTION round() RETURNS bigint LANGUAGE sql VOLATILE AS
 SELECT round() AS first \gset
 SELECT resident() AS before \gset
 SELECT round() + round() AS more \gset
-SELECT CASE WHEN resident() - :before < :memory THEN 'little' ELSE (resident() - :before)::text END;
+SELECT CASE WHEN resident() - :before < 1048576 THEN 'little' ELSE (resident() - :before)::text END;
