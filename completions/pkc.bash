@@ -4,7 +4,7 @@ _pkc() {
   local verb=${COMP_WORDS[1]}
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    verb= words='show verify vid'
+    verb= words='show verify vid filter'
   elif ((COMP_CWORD == 2)) && [[ $verb == vid ]]; then
     words='compute verify show'
   fi
@@ -19,11 +19,13 @@ _pkc() {
     words=--help
     case $verb in
       '') words+=' --version' ;;
-      show)
+      show | verify)
         words+=' --recursive --files-from --null --resume-from --jobs --json --ndjson --fields'
-        words+=' --header --summary --charset --dn-case'
-        ;;
-      verify) words+=' --trust --issuer --crl --at --usage --json' ;;
+        words+=' --header --summary'
+        ;;&
+      show) words+=' --charset --dn-case' ;;
+      verify) words+=' --trust --issuer --crl --at --usage' ;;
+      filter) words+=' --json --fields --dn-case --strict' ;;
       vid) words+=' --idn-file --random-file --random-hex --hash --json' ;;
     esac
   fi

@@ -4,8 +4,9 @@ complete -c pkc -n __fish_use_subcommand -f -l version -d 'Show the versions'
 complete -c pkc -n __fish_use_subcommand -f -a show -d 'Show what certificates say'
 complete -c pkc -n __fish_use_subcommand -f -a verify -d 'Check certificates'
 complete -c pkc -n __fish_use_subcommand -f -a vid -d 'Compute, verify and show VIDs'
+complete -c pkc -n __fish_use_subcommand -f -a filter -d 'Answer lines with lines'
 
-set -l verb 'string match -q show (commandline -opc)[2]'
+set -l verb 'string match -qr "^(show|verify)$" (commandline -opc)[2]'
 complete -c pkc -n $verb -s r -l recursive -d 'Read the files in folders and below'
 complete -c pkc -n $verb -l files-from -rF -d 'Read the paths of more inputs from a file'
 complete -c pkc -n $verb -l null -d 'The paths in the list end with a NUL'
@@ -16,6 +17,8 @@ complete -c pkc -n $verb -l ndjson -d 'Write one JSON object a line'
 complete -c pkc -n $verb -l fields -x -d 'Write tab-separated cells of these fields'
 complete -c pkc -n $verb -l header -d 'Write the names of the fields first'
 complete -c pkc -n $verb -l summary -d 'Say at the end how much was read, and how fast'
+
+set -l verb 'string match -q show (commandline -opc)[2]'
 complete -c pkc -n $verb -l charset -xa 'utf-8 euc-kr euc-jp shift-jis' -d 'Character set of the text'
 complete -c pkc -n $verb -l dn-case -xa 'lower upper' -d 'Case of the labels in names'
 
@@ -26,7 +29,12 @@ complete -c pkc -n $verb -l crl -rF -d 'Revocation lists'
 complete -c pkc -n $verb -l at -x -d '2026-01-31T09:00:00Z or seconds since 1970'
 complete -c pkc -n $verb -l usage -d 'What the certificate must be allowed to do' \
   -xa 'server client code email timestamp ocsp sign encipher'
-complete -c pkc -n $verb -l json -d 'Write one JSON document'
+
+set -l verb 'string match -q filter (commandline -opc)[2]'
+complete -c pkc -n $verb -f -l json -d 'Answer in JSON'
+complete -c pkc -n $verb -f -l fields -x -d 'Answer in tab-separated cells of these fields'
+complete -c pkc -n $verb -f -l dn-case -xa 'lower upper' -d 'Case of the labels in names'
+complete -c pkc -n $verb -f -l strict -d 'Exit with 3 when some line or field was not read'
 
 set -l verb 'string match -q vid (commandline -opc)[2]'
 complete -c pkc -n "$verb; and not __fish_seen_subcommand_from compute verify show" \
