@@ -95,7 +95,7 @@ typedef struct StrBuf {
   uint32_t length;    /* bytes of text; they may hold NULs */
   uint32_t increment; /* bytes that it grows by, or a multiple of them */
   uint8_t owned;      /* 1: CVD_PKC_StrBuf_New allocated the record itself */
-  char* text;
+  char* text;         /* null only before it is made */
 } StrBuf;
 
 /* A new empty buffer, or null when memory is short. 0 stands for the defaults 512 and 128. Released
@@ -154,15 +154,15 @@ CVD_EXPORT uint32_t CVD_PKC_ASNString_Decode(char* text, int32_t* count, const u
 
 /* What a certificate says, as numbers and texts. Absent things are 0 or empty. */
 typedef struct PKCCertInfo {
-  uint32_t reserved0;
-  uint32_t version;       /* 1, 2 or 3 */
-  uint32_t serialNumber;  /* its low 32 bits */
-  char serialHex[41];     /* its octets; cut at 20 of them */
-  char signAlgorithm[50]; /* "SHA256 + RSA", or the dotted identifier */
-  char issuerDN[1024];    /* "cn=Root,o=Org,c=KR"; empty when it cannot be rendered */
-  char notBefore[50];     /* "2026-01-31 09:00:00", local time for UTCTime of 2000 to 2037 */
-  char notAfter[50];
-  char subjectDN[1024];
+  uint32_t reserved0;          /* 0 */
+  uint32_t version;            /* 1, 2 or 3 */
+  uint32_t serialNumber;       /* its low 32 bits */
+  char serialHex[41];          /* its octets; cut at 20 of them */
+  char signAlgorithm[50];      /* "SHA256 + RSA", or the dotted identifier */
+  char issuerDN[1024];         /* "cn=Root,o=Org,c=KR"; empty when it cannot be rendered */
+  char notBefore[50];          /* "2026-01-31 09:00:00", local time for UTCTime of 2000 to 2037 */
+  char notAfter[50];           /* the same */
+  char subjectDN[1024];        /* the same form as the issuer's */
   char publicKeyAlgorithm[50]; /* "RSA", "DH", "DSA", "KCDSA", or the dotted identifier */
   char publicKeyHex[1024];     /* subjectPublicKey; cut at 511 octets */
   uint32_t keyLength;          /* bits; 0 when unknown */
@@ -171,41 +171,41 @@ typedef struct PKCCertInfo {
   char subjectKeyId[80];       /* hexadecimal */
   char keyUsage[200];          /* "keyCertSign,cRLSign" */
   uint32_t keyUsageFlags;      /* named bit n is 1 << n */
-  uint8_t reserved1[100];
-  int32_t policyCount;
-  char policies[1024];       /* dotted identifiers, comma between */
-  char policyCps[201];       /* CPS pointers, line feed between */
-  char policyNotice[201];    /* explicit texts, line feed between */
-  char subjectAltName[1024]; /* "DNS=example.com", line feed between names */
-  char vidHashAlgorithm[50]; /* "SHA256" */
-  char vid[65];              /* hexadecimal */
-  char issuerAltName[1024];
-  char basicConstraints[80]; /* "Subject Type=CA, Path Length Constraint=0" */
-  char extKeyUsage[1024];    /* "id-kp-serverAuth,1.2.3.4" */
-  char crlDistPoints[1024];  /* "URL=http://...", line feed between names */
-  char authInfoAccess[1024]; /* "OCSP:URL=http://...", line feed between */
-  char nsCertType[200];      /* "sslClient,sslServer" */
-  char thumbprint[65];       /* SHA-1 of the DER, hexadecimal */
+  uint8_t reserved1[100];      /* 0 */
+  int32_t policyCount;         /* policies, of which ten are rendered */
+  char policies[1024];         /* dotted identifiers, comma between */
+  char policyCps[201];         /* CPS pointers, line feed between */
+  char policyNotice[201];      /* explicit texts, line feed between */
+  char subjectAltName[1024];   /* "DNS=example.com", line feed between names */
+  char vidHashAlgorithm[50];   /* "SHA256" */
+  char vid[65];                /* hexadecimal */
+  char issuerAltName[1024];    /* as subjectAltName */
+  char basicConstraints[80];   /* "Subject Type=CA, Path Length Constraint=0" */
+  char extKeyUsage[1024];      /* "id-kp-serverAuth,1.2.3.4" */
+  char crlDistPoints[1024];    /* "URL=http://...", line feed between names */
+  char authInfoAccess[1024];   /* "OCSP:URL=http://...", line feed between */
+  char nsCertType[200];        /* "sslClient,sslServer" */
+  char thumbprint[65];         /* SHA-1 of the DER, hexadecimal */
 } PKCCertInfo;
 
 /* A PKCCertInfo and what Korean certificates carry beyond it. The base64 texts have no line ends.
  */
 typedef struct PKCCertInfoEx {
-  PKCCertInfo info;
-  char extString1[20]; /* values of three string extensions */
-  char extString2[20];
-  char extString3[20];
-  char corporationName[180]; /* of the extension id_corporationName */
-  char rsaModulus[1005];     /* base64, as encoded (with a leading zero octet) */
-  char kcdsaP[1024];         /* base64 of the domain parameters, as encoded */
-  char kcdsaQ[1024];
-  char kcdsaG[1024];
-  char kcdsaJ[1024];
-  char kcdsaSeed[1024];
-  char kcdsaCount[1024];
+  PKCCertInfo info;               /* what every certificate has */
+  char extString1[20];            /* value of the first of three string extensions */
+  char extString2[20];            /* of the second */
+  char extString3[20];            /* of the third */
+  char corporationName[180];      /* of the extension id_corporationName */
+  char rsaModulus[1005];          /* base64, as encoded (with a leading zero octet) */
+  char kcdsaP[1024];              /* base64 of a domain parameter, as encoded */
+  char kcdsaQ[1024];              /* the same */
+  char kcdsaG[1024];              /* the same */
+  char kcdsaJ[1024];              /* the same; empty when absent */
+  char kcdsaSeed[1024];           /* the same; empty when absent */
+  char kcdsaCount[1024];          /* the same; empty when absent */
   uint32_t authoritySerialNumber; /* of the authority key identifier: low 32 bits */
-  char authoritySerialHex[41];
-  uint8_t reserved2[11];
+  char authoritySerialHex[41];    /* its octets; cut at 20 of them */
+  uint8_t reserved2[11];          /* 0 */
 } PKCCertInfoEx;
 
 /* 1.2.410.100001.5.7.101.4, the extension that names a corporation. */
@@ -241,9 +241,9 @@ CVD_EXPORT uint32_t CVD_PKC_BIN_ToHex(char* out, const int32_t* capacity, const 
 
 /* ---- keys -------------------------------------------------------------------------------- */
 
-/* The certificate's pkeyID, domain parameters (`parameters` may be null; not touched for RSA keys
- * or absent parameters) and subjectPublicKey octets. PKC_ERR_UNKNOWN_PKEYID, with *pkeyID -1, for
- * an algorithm without number. */
+/* The certificate's pkeyID, domain parameters (RFC 5280 section 4.1.2.7; `parameters` may be null;
+ * not touched for RSA keys or absent parameters) and subjectPublicKey octets.
+ * PKC_ERR_UNKNOWN_PKEYID, with *pkeyID -1, for an algorithm without number. */
 CVD_EXPORT uint32_t CVD_PKC_GetPubKeyInfo(int32_t* pkeyID, BIN* parameters, BIN* publicKey,
                                           const CVD_Certificate* certificate);
 /* The same from DER; `pkeyID` and `parameters` may be null. */
@@ -264,7 +264,8 @@ CVD_EXPORT uint32_t CVD_Decode_RSAPublicKey(const uint8_t* der, uint32_t length,
 /* ---- thumbprints ------------------------------------------------------------------------- */
 
 /* Writes the base64 text, without terminator, of the digest CVD_HASH_* of a whole DER certificate;
- * `out` is zero-filled and holds it (28 characters for SHA-1, 88 for SHA-512). Traces nothing. */
+ * `out` is zero-filled and holds it (28 characters for SHA-1, 88 for SHA-512).
+ * CVD_CSP_ERR_UNKNOWN_HASHID for another number. Traces nothing. */
 CVD_EXPORT uint32_t CVD_PKC_GetCertThumbPrint(char* out, int32_t hashID, const BIN* certificate);
 /* The same over the signed part only. */
 CVD_EXPORT uint32_t CVD_PKC_GetCertThumbPrintExcludeSig(char* out, int32_t hashID,
@@ -336,39 +337,40 @@ CVD_EXPORT const CVD_Extension* CVD_GetExtension(const CVD_ExtensionNode* extens
  * PKC_ERR_NO_EXTENSION when it is absent, PKC_ERR_BAD_EXTENSION when malformed (keyUsage:
  * PKC_ERR_BAD_KEYUSAGE). `flags` may be null. */
 
-/* "sslClient,sslServer": the first octet of the BIT STRING. */
+/* "sslClient,sslServer": the first octet of the BIT STRING of Netscape's certificate type. */
 CVD_EXPORT uint32_t CVD_PKC_NSCertType_ToString(char* text, int32_t capacity, uint32_t* flags,
                                                 const CVD_ExtensionNode* extensions);
 /* "keyCertSign,cRLSign"; named bit n is 1 << n (RFC 5280 section 4.2.1.3). */
 CVD_EXPORT uint32_t CVD_PKC_KeyUsage_ToString(char* text, int32_t capacity, uint32_t* flags,
                                               const CVD_ExtensionNode* extensions);
-/* "id-kp-serverAuth,1.2.3.4"; id-kp-serverAuth 0x01 to id-kp-timeStamping 0x80. */
+/* "id-kp-serverAuth,1.2.3.4"; id-kp-serverAuth 0x01 to id-kp-timeStamping 0x80
+ * (section 4.2.1.12). */
 CVD_EXPORT uint32_t CVD_PKC_ExtKeyUsage_ToString(char* text, int32_t capacity, uint32_t* flags,
                                                  const CVD_ExtensionNode* extensions);
-/* "Subject Type=CA, Path Length Constraint=None". */
+/* "Subject Type=CA, Path Length Constraint=None" (section 4.2.1.9). */
 CVD_EXPORT uint32_t CVD_PKC_BasicConsts_ToString(char* text, int32_t capacity,
                                                  const CVD_ExtensionNode* extensions);
-/* "OCSP:URL=http://...", a line feed between descriptions; what was written before a name that
- * cannot be rendered stays. */
+/* "OCSP:URL=http://...", a line feed between descriptions (section 4.2.2.1); what was written
+ * before a name that cannot be rendered stays. */
 CVD_EXPORT uint32_t CVD_PKC_AuthInfoAccess_ToString(char* text, int32_t capacity,
                                                     const CVD_ExtensionNode* extensions);
 /* "URL=http://...", "reason" and the reasons of a point; in UTF-8 as stored, but for directory
- * names. */
+ * names (section 4.2.1.13). */
 CVD_EXPORT uint32_t CVD_PKC_CrlDistPoints_ToString(char* text, int32_t capacity,
                                                    const CVD_ExtensionNode* extensions);
-/* Renders the alternative names of the node given, which is not searched for: "RN=" mail, "DNS=",
- * "DN=", "URL=", "IP=", "ON=" other name and its octets in hexadecimal, a line feed between. For
- * a subjectAltName with identity data the holder's name, the VID in hexadecimal and its hash's
- * name are written too, when all three arrays are given. `capacity` is at least 3. What was
- * written before a failure stays. */
+/* Renders the alternative names (section 4.2.1.6) of the node given, which is not searched for:
+ * "RN=" mail, "DNS=", "DN=", "URL=", "IP=", "ON=" other name and its octets in hexadecimal, a line
+ * feed between. For a subjectAltName with identity data the holder's name, the VID in hexadecimal
+ * and its hash's name are written too, when all three arrays are given. `capacity` is at least 3.
+ * What was written before a failure stays. */
 CVD_EXPORT uint32_t CVD_PKC_AltName_ToString(char* text, int32_t capacity, char* holderName,
                                              int32_t holderCapacity, char* vid, int32_t vidCapacity,
                                              char* hashName, int32_t hashCapacity,
                                              const CVD_ExtensionNode* node);
-/* Appends to three texts, which the caller passes holding texts: the policy identifiers (comma
- * between), the CPS pointers and the explicit texts of user notices (line feed between). `*count`
- * is the number of policies; the first ten are rendered. PKC_ERR_BAD_POLICIES for a malformed
- * value. A null list is traced, unlike other refused arguments. */
+/* Appends to three texts, which the caller passes holding texts (section 4.2.1.4): the policy
+ * identifiers (comma between), the CPS pointers and the explicit texts of user notices (line feed
+ * between). `*count` is the number of policies; the first ten are rendered. PKC_ERR_BAD_POLICIES
+ * for a malformed value. A null list is traced, unlike other refused arguments. */
 CVD_EXPORT uint32_t CVD_PKC_CertPolicies_ToString(int32_t* count, char* policies,
                                                   int32_t policiesCapacity, char* cps,
                                                   int32_t cpsCapacity, char* notice,
@@ -392,7 +394,8 @@ CVD_EXPORT uint32_t CVD_GetPolicy(void* context, const CVD_ExtensionNode* extens
 
 /* Encodes a certificatePolicies value with one policy (dotted identifier), at most one CPS pointer
  * (null for none; its length is not read) and one user notice (null for none; `noticeLength` bytes
- * in the "locale" set). */
+ * in the "locale" set). The caller releases `der`. CVD_ASN_ERR_OID for a policy of another form, or
+ * the code of the conversion or of the encoder. */
 CVD_EXPORT uint32_t CVD_PKC_CertPolicies_Encode(BIN* der, const char* policy, const char* cps,
                                                 uint32_t cpsLength, const char* notice,
                                                 uint32_t noticeLength);
@@ -431,8 +434,8 @@ CVD_EXPORT uint32_t CVD_GetAuthorityKeyId(void* reserved, const CVD_ExtensionNod
 
 /* ---- checks ------------------------------------------------------------------------------ */
 
-/* 0 when `time` (seconds since 1970-01-01 00:00:00 UTC) lies in the validity period, ends included;
- * PKC_ERR_INVALID_TIME when not. Traces nothing. */
+/* 0 when `time` (seconds since 1970-01-01 00:00:00 UTC) lies in the validity period, ends included
+ * (RFC 5280 section 4.1.2.5); PKC_ERR_INVALID_TIME when not. Traces nothing. */
 CVD_EXPORT uint32_t CVD_PKC_VerifyTime(const CVD_Certificate* certificate, int32_t time);
 /* 1 when the certificate is valid now, else 0, also for null. */
 CVD_EXPORT int32_t CVD_IsCertTimeValid(const CVD_Certificate* certificate);
@@ -462,8 +465,8 @@ enum {
 CVD_EXPORT uint32_t CVD_CertCheck(void* context, void* ignored, const CVD_CRL* crl,
                                   const CVD_Certificate* certificate, const CVD_Certificate* issuer,
                                   uint16_t flags);
-/* 1 for a CA by its basicConstraints, 0 for none, -1 when they do not decode; PKC_ERR_INVALID_INPUT
- * for null. Traces nothing. */
+/* 1 for a CA by its basicConstraints (RFC 5280 section 4.2.1.9), 0 for none, -1 when they do not
+ * decode; PKC_ERR_INVALID_INPUT for null. Traces nothing. */
 CVD_EXPORT int32_t CVD_CheckCaOrNot(void* context, const CVD_Certificate* certificate);
 /* 0 when the keyUsage has a bit of `mask` (named bit n is 0x8000 >> n), (uint32_t)-1 when not; the
  * decoder's code. */
@@ -540,18 +543,18 @@ enum {
 
 /* What CVD_PKC_Cert_Encode signs. It refers to names and octets that stay the caller's. */
 typedef struct PKCCertTemplate {
-  uint32_t reserved1;
-  Huge serialNumber;
+  uint32_t reserved1;         /* not read */
+  Huge serialNumber;          /* content octets, as CVD_NumToHugeEx makes them */
   int32_t signatureAlgorithm; /* signID */
-  const CVD_Name* issuer;
+  const CVD_Name* issuer;     /* required */
   int64_t notBefore; /* seconds since 1970-01-01 00:00:00 UTC; written as UTCTime in any case, so */
   int64_t notAfter;  /* that years before 1950 and after 2049 come out as others */
-  const CVD_Name* subject;
+  const CVD_Name* subject;          /* required */
   int32_t keyAlgorithm;             /* pkeyID of the subject's key */
   const BIN* keyParameters;         /* DER of its domain parameters; not read for RSA keys */
   BIN publicKey;                    /* subjectPublicKey octets */
   const BIN* extensions[PKC_SLOTS]; /* DER of the values, null for none, by PKC_SLOT_* */
-  uint32_t reserved2;
+  uint32_t reserved2;               /* not read */
 } PKCCertTemplate;
 
 /* Encodes and signs a version 3 certificate. `signerAlgorithm` is the signing key's pkeyID: RSA
@@ -578,12 +581,12 @@ typedef struct PKCGenExtOptions {
 
 /* Who signs, and what the certificate is for. */
 typedef struct PKCGenContext {
-  int32_t signerAlgorithm; /* pkeyID of the signing key */
-  uint32_t reserved1;
-  CVD_PrivateKey* signingKey;
-  uint32_t reserved2;
-  int32_t selfSigned; /* not 0: the subject is the issuer, too */
-  int32_t ca;         /* not 0: basicConstraints with cA, keyUsage with keyCertSign and cRLSign */
+  int32_t signerAlgorithm;    /* pkeyID of the signing key */
+  uint32_t reserved1;         /* not read */
+  CVD_PrivateKey* signingKey; /* stays the caller's */
+  uint32_t reserved2;         /* not read */
+  int32_t selfSigned;         /* not 0: the subject is the issuer, too */
+  int32_t ca; /* not 0: basicConstraints with cA, keyUsage with keyCertSign and cRLSign */
 } PKCGenContext;
 
 /* Issues a certificate from a compact request: serial number, signID, validity (seconds since

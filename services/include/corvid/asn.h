@@ -54,7 +54,7 @@ CVD_EXPORT void CVD_ASN_FreePDU(void* record, int32_t type);
 
 /* Where the calling thread's last failing CVD_ASN_DecodePDU stood. */
 typedef struct CVD_ASNFailure {
-  uint32_t code;
+  uint32_t code;   /* the decoder's */
   uint32_t offset; /* octets from the start of the DER to the element that was refused */
   char path[160];  /* the field, as "tbsCertificate.extensions[2].extnID"; cut, if it is longer */
 } CVD_ASNFailure;

@@ -37,9 +37,9 @@ CVD_EXPORT uint32_t CVD_BIN_Copy(BIN* destination, const BIN* source);
 /* One element of a list of octets. */
 typedef struct CVD_BIN_LIST CVD_BIN_LIST;
 struct CVD_BIN_LIST {
-  CVD_BIN_LIST* next;
-  uint32_t length; /* octets */
-  uint8_t* data;
+  CVD_BIN_LIST* next; /* null at the end */
+  uint32_t length;    /* octets */
+  uint8_t* data;      /* the element's own */
 };
 
 /* Puts a copy of `item` in front of the list at `*head`. Codes as CVD_BIN_Copy; the list is then as
@@ -64,11 +64,11 @@ CVD_EXPORT uint32_t CVD_NumToHugeEx(uint32_t number, Huge* huge);
 
 /* One traced failure. Texts that are longer are cut. */
 typedef struct CVD_TraceEntry {
-  char function[64];
-  int32_t code;
-  char reason[64];
-  char file[32];
-  int32_t line;
+  char function[64]; /* that failed, or handed the failure on */
+  int32_t code;      /* its status */
+  char reason[64];   /* of the code */
+  char file[32];     /* name of the source file */
+  int32_t line;      /* in it */
 } CVD_TraceEntry;
 
 enum { CVD_TRACE_KEPT = 64 }; /* entries that a thread keeps */

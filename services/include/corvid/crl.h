@@ -55,6 +55,8 @@ typedef struct CVD_CRLInfo {
   const CVD_Name* issuer; /* the list's own */
 } CVD_CRLInfo;
 
+/* Tells a list's times, entries and issuer, which refers to the list. CVD_CRL_ERR_INVALID_INPUT for
+ * null. */
 CVD_EXPORT uint32_t CVD_CRL_GetInfo(const CVD_CRL* crl, CVD_CRLInfo* info);
 
 /* 1 when the list revokes the certificate, 0 when it covers the certificate and does not revoke it.

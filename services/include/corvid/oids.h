@@ -6,6 +6,7 @@
 #define CORVID_OIDS_H_
 
 /* clang-format off */
+/* ROW(number, name, dotted value) for each identifier. */
 #define CVD_OID_CATALOGUE(ROW) \
   ROW(11, SHA1, "1.3.14.3.2.26") \
   ROW(12, MD5, "1.2.840.113549.2.5") \
