@@ -22,6 +22,7 @@ namespace corvid::pkc {
 // A status of the C interface: 0, or a code with its reason.
 class [[nodiscard]] Status {
  public:
+  // The code is 0 when all went well.
   constexpr Status() = default;
   constexpr Status(uint32_t code) : code_(code) {}  // NOLINT(google-explicit-constructor)
   constexpr bool ok() const { return code_ == 0; }
@@ -36,6 +37,7 @@ class [[nodiscard]] Status {
 // A view of octets.
 class Octets {
  public:
+  // Of none, of so many at a place, of what a value holds.
   constexpr Octets() = default;
   constexpr Octets(const uint8_t* data, size_t size) : data_(data), size_(size) {}
   // NOLINTBEGIN(google-explicit-constructor)
@@ -50,6 +52,7 @@ class Octets {
       : Octets(reinterpret_cast<const uint8_t*>(text.data()), text.size()) {}
   // NOLINTEND(google-explicit-constructor)
 
+  // What a container of octets offers.
   constexpr const uint8_t* data() const { return data_; }
   constexpr size_t size() const { return size_; }
   constexpr bool empty() const { return size_ == 0; }
@@ -60,6 +63,7 @@ class Octets {
   constexpr Octets Slice(size_t at, size_t count = SIZE_MAX) const {
     return {data_ + at, count < size_ - at ? count : size_ - at};
   }
+  // The same as characters.
   std::string_view text() const { return {reinterpret_cast<const char*>(data_), size_}; }
   // For a call that reads a BIN; at most INT32_MAX octets.
   BIN bin() const { return {static_cast<int32_t>(size_), const_cast<uint8_t*>(data_)}; }
@@ -72,6 +76,7 @@ class Octets {
 // Owns the octets of a BIN that a function fills.
 class Bin {
  public:
+  // Moved, not copied.
   Bin() = default;
   Bin(Bin&& other) noexcept : bin_(std::exchange(other.bin_, {0, nullptr})) {}
   Bin& operator=(Bin&& other) noexcept {
@@ -87,6 +92,7 @@ class Bin {
     CVD_BIN_Reset(&bin_);
     return &bin_;
   }
+  // What is owned.
   const BIN& get() const { return bin_; }
   Octets octets() const { return bin_; }
 
@@ -97,16 +103,20 @@ class Bin {
 // Owns a text that a function allocates.
 class Text {
  public:
+  // Neither copied nor moved.
   Text() = default;
   Text(const Text&) = delete;
   Text& operator=(const Text&) = delete;
   ~Text() { CVD_free(text_); }
 
+  // Where a function writes; what was there before is released.
   char** out() {
     CVD_free(std::exchange(text_, nullptr));
     return &text_;
   }
+  // What is owned; empty when nothing is.
   std::string_view view() const { return text_ == nullptr ? std::string_view() : text_; }
+  std::string str() const { return std::string(view()); }
 
  private:
   char* text_ = nullptr;
@@ -150,6 +160,7 @@ inline constexpr int32_t kPduType<CVD_CertificateList> = CVD_PDU_CERTIFICATE_LIS
 template <typename Record>
 class Decoded {
  public:
+  // Moved, not copied.
   Decoded() = default;
   Decoded(Decoded&& other) noexcept : record_(std::exchange(other.record_, nullptr)) {}
   Decoded& operator=(Decoded&& other) noexcept {
@@ -167,8 +178,10 @@ class Decoded {
     const BIN input = der.bin();
     return CVD_ASN_DecodePDU(&record_, &input, kPduType<Record>);
   }
+  // Releases the record.
   void Reset() { CVD_ASN_FreePDU(std::exchange(record_, nullptr), kPduType<Record>); }
 
+  // The record, if there is one.
   explicit operator bool() const { return record_ != nullptr; }
   const Record& operator*() const { return *static_cast<const Record*>(record_); }
   const Record* operator->() const { return static_cast<const Record*>(record_); }
@@ -177,11 +190,13 @@ class Decoded {
   void* record_ = nullptr;
 };
 
+// Owns a decoded certificate.
 using Certificate = Decoded<CVD_Certificate>;
 
 // Owns a loaded revocation list.
 class RevocationList {
  public:
+  // Moved, not copied.
   RevocationList() = default;
   RevocationList(RevocationList&& other) noexcept : crl_(std::exchange(other.crl_, nullptr)) {}
   RevocationList& operator=(RevocationList&& other) noexcept {
@@ -198,6 +213,7 @@ class RevocationList {
     const BIN input = encoding.bin();
     return CVD_CRL_Load(&crl_, &input);
   }
+  // The list, if there is one.
   explicit operator bool() const { return crl_ != nullptr; }
   const CVD_CRL* get() const { return crl_; }
 
@@ -208,6 +224,7 @@ class RevocationList {
 // Owns a private key.
 class PrivateKey {
  public:
+  // Moved, not copied.
   PrivateKey() = default;
   PrivateKey(PrivateKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
   PrivateKey& operator=(PrivateKey&& other) noexcept {
@@ -225,6 +242,7 @@ class PrivateKey {
     const BIN input = encoding.bin();
     return CVD_CSP_LoadPrivateKey(&key_, &input, passphrase);
   }
+  // The key, if there is one.
   explicit operator bool() const { return key_ != nullptr; }
   CVD_PrivateKey* get() const { return key_; }
 
@@ -232,12 +250,35 @@ class PrivateKey {
   CVD_PrivateKey* key_ = nullptr;
 };
 
+// Owns a name that was read from text.
+class Name {
+ public:
+  // Neither copied nor moved.
+  Name() = default;
+  Name(const Name&) = delete;
+  Name& operator=(const Name&) = delete;
+  ~Name() { CVD_NameFree(&name_); }
+
+  // Reads "cn=User,o=Org,c=KR"; the name of an earlier call is released first.
+  Status Parse(const std::string& text) {
+    CVD_NameFree(&name_);
+    return CVD_ImplementRDN(nullptr, &name_, text.c_str());
+  }
+  // What is owned; empty when nothing is.
+  const CVD_Name& get() const { return name_; }
+
+ private:
+  CVD_Name name_{0, 0, nullptr};
+};
+
 // The nodes of a list: `for (const auto& node : Nodes(extensions))`.
 template <typename Node>
 class Nodes {
  public:
+  // Goes from node to node.
   class Iterator {
    public:
+    // What a range needs.
     explicit Iterator(const Node* node) : node_(node) {}
     const Node& operator*() const { return *node_; }
     Iterator& operator++() {
@@ -250,6 +291,7 @@ class Nodes {
     const Node* node_;
   };
 
+  // From this node onwards; null for none.
   explicit Nodes(const Node* first) : first_(first) {}
   Iterator begin() const { return Iterator(first_); }
   Iterator end() const { return Iterator(nullptr); }
@@ -267,17 +309,24 @@ inline CVD_ASNFailure DecodeFailure(Status status) {
   return known ? failure : CVD_ASNFailure{};
 }
 
-inline Status ReadFile(const char* path, Bin* data) { return CVD_File_ReadBin(data->out(), path); }
+// A regular file, whole.
+inline Status ReadFile(const std::string& path, Bin* data) {
+  return CVD_File_ReadBin(data->out(), path.c_str());
+}
 
+// The octets of base64 text, in which there may be white space.
 inline Status DecodeBase64(const char* text, Bin* data) {
   return CVD_Base64ToBin(text, data->out());
 }
 
+// The digest by the algorithm CVD_HASH_*.
 inline Status Hash(int32_t hash_id, Octets data, Bin* digest) {
   const BIN input = data.bin();
   return CVD_CSP_Hash(digest->out(), &input, hash_id);
 }
 
+// The public half: CVD_PKEY_* number, DER of the parameters (empty for RSA), subjectPublicKey
+// octets.
 inline Status PublicKeyOf(const PrivateKey& key, int32_t* pkey_id, Bin* parameters,
                           Bin* public_key) {
   return CVD_CSP_GetPublicKey(key.get(), pkey_id, parameters->out(), public_key->out());
@@ -288,6 +337,7 @@ inline Status DottedText(const CVD_OID& oid, Text* text) {
   return CVD_ASN_OID2DotVal(text->out(), &oid);
 }
 
+// "1a2b"; a negative number shows its content octets.
 inline Status SerialText(const Huge& serial, Text* text) {
   return CVD_HugeToHexEx(&serial, text->out());
 }

@@ -7,7 +7,7 @@ int main(int argc, char** argv) {
   corvid::pkc::Bin der;
   corvid::pkc::Certificate certificate;
   corvid::pkc::Text subject;
-  corvid::pkc::Status status = corvid::pkc::ReadFile(argc == 2 ? argv[1] : nullptr, &der);
+  corvid::pkc::Status status = corvid::pkc::ReadFile(argc == 2 ? argv[1] : "", &der);
   if (status.ok()) status = certificate.Decode(der.octets());
   if (status.ok()) status = NameText(certificate->tbsCertificate.subject, &subject);
   if (!status.ok()) {

@@ -19,7 +19,11 @@ TEST(CppLayer, HoldersMoveAndReuse) {
   ASSERT_TRUE(pkc::NameText(moved->tbsCertificate.subject, &name).ok());
   EXPECT_EQ(name.view(), "cn=Subject");
   ASSERT_TRUE(pkc::NameText(moved->tbsCertificate.issuer, &name).ok());
-  EXPECT_EQ(name.view(), "cn=Issuer");
+  EXPECT_EQ(name.str(), "cn=Issuer");
+  pkc::Name parsed;
+  ASSERT_TRUE(parsed.Parse("cn=another").ok());
+  ASSERT_TRUE(parsed.Parse("CN=issuer").ok());
+  EXPECT_EQ(CVD_ASN_CmpName(&parsed.get(), &moved->tbsCertificate.issuer), 0);
 
   pkc::Bin digest;
   ASSERT_TRUE(pkc::Hash(CVD_HASH_SHA256, std::string_view("abc"), &digest).ok());
