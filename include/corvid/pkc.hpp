@@ -319,6 +319,12 @@ inline Status DecodeBase64(const char* text, Bin* data) {
   return CVD_Base64ToBin(text, data->out());
 }
 
+// In one line (RFC 4648 section 4).
+inline Status EncodeBase64(Octets data, Text* text) {
+  const BIN input = data.bin();
+  return CVD_BinToBase64(&input, text->out());
+}
+
 // The digest by the algorithm CVD_HASH_*.
 inline Status Hash(int32_t hash_id, Octets data, Bin* digest) {
   const BIN input = data.bin();

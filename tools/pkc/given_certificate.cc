@@ -6,10 +6,10 @@
 namespace corvid::tool {
 
 bool ReadOneDer(const std::string& path, const char* key, std::string* der, Refusals* refusals) {
-  uint32_t found = 0;
+  uint64_t found = 0;
   bool good = true;
   Finder finder(
-      [&](std::string_view, uint32_t number, pkc::Octets octets) {
+      [&](std::string_view, uint64_t number, pkc::Octets octets) {
         found = number;
         if (number == 1) *der = octets.text();
         return number < 2;

@@ -19,7 +19,7 @@
 namespace corvid::tool {
 namespace {
 
-constexpr AddVerb kVerbs[] = {AddShow, AddVerify, AddVid, AddFilter};
+constexpr AddVerb kVerbs[] = {AddShow, AddFilter, AddVerify, AddIssue, AddVid};
 
 struct Library {
   const char* name;
@@ -60,7 +60,7 @@ int ShowVersions() {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app("Shows and verifies X.509 certificates.", "pkc");
+  CLI::App app("Shows, verifies and issues X.509 certificates.", "pkc");
   bool version = false;
   std::function<int()> run;
   app.add_flag("--version", version, "Show the versions of the command and its libraries");

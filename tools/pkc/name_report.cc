@@ -55,6 +55,11 @@ void AppendEscapedValue(std::string_view value, std::string* text) {
 
 }  // namespace
 
+const char* NameLabel(std::string_view dotted) {
+  const Label* label = FindLabel(dotted);
+  return label == nullptr ? nullptr : label->lower;
+}
+
 void Reporter::Name(Key key, const char* label, std::string_view field, const CVD_Name& name) {
   const std::string text = NameText(name);
   report_.Object(key, label, {name.rdnSequence == nullptr ? "(empty)" : std::string_view(text)});

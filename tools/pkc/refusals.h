@@ -23,6 +23,7 @@ class Refusals {
   void Add(Problem problem, Exit exit = kExitUsage);
 
   bool empty() const { return problems_.empty(); }
+  const std::vector<Problem>& problems() const { return problems_; }
   // Writes a message each to standard error, and answers the exit status.
   int Tell() const;
 

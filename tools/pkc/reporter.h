@@ -14,6 +14,9 @@
 
 namespace corvid::tool {
 
+// The label of an attribute type in the one-line form of names ("cn"), or null.
+const char* NameLabel(std::string_view dotted);
+
 // One a thread: it keeps its memory from certificate to certificate.
 class Reporter {
  public:

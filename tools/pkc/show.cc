@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "as_request.h"
 #include "input.h"
 #include "interrupt.h"
 #include "output.h"
@@ -18,6 +19,7 @@ struct Options {
   RunOptions run;
   std::string charset = "utf-8";
   std::string dn_case = "lower";
+  bool as_request = false;
 };
 
 class ShowWorker : public PieceWorker {
@@ -39,6 +41,9 @@ int RunShow(const Options& options) {
   // All texts come in UTF-8; --charset applies to what is written at the end.
   CVD_PKC_SetOption("locale", FindCharset("utf-8"));
   CVD_PKC_SetOption("dncase", options.dn_case.c_str());
+  if (options.as_request) {
+    return ShowRequests(options.run.input.paths, options.run.input.recursive);
+  }
   CatchInterrupts();
   const Style style = MakeStyle(options.run, kShowFields, FindCharset(options.charset));
   Reader reader(options.run.input);
@@ -65,6 +70,12 @@ void AddShow(CLI::App* app, std::function<int()>* run) {
       "4 no memory, or the output failed; 128 and the number of the signal that ended the run.");
   AddRunOptions(show, "input", "Files, pipes, folders (with -r), - for standard input", kShowFields,
                 &options->run);
+  CLI::Option* as_request =
+      show->add_flag("--as-request", options->as_request,
+                     "Write requests for such certificates, which pkc issue reads");
+  for (const char* other : {"--json", "--ndjson", "--fields", "--files-from", "--resume-from"}) {
+    as_request->excludes(show->get_option(other));
+  }
   show->add_option("--charset", options->charset, "Character set of the text output")
       ->capture_default_str()
       ->check(CLI::IsMember({"utf-8", "euc-kr", "euc-jp", "shift-jis"}));

@@ -16,6 +16,7 @@ using AddVerb = void (*)(CLI::App* app, std::function<int()>* run);
 
 void AddShow(CLI::App* app, std::function<int()>* run);
 void AddVerify(CLI::App* app, std::function<int()>* run);
+void AddIssue(CLI::App* app, std::function<int()>* run);
 void AddVid(CLI::App* app, std::function<int()>* run);
 void AddFilter(CLI::App* app, std::function<int()>* run);
 
