@@ -4,7 +4,7 @@ _pkc() {
   local verb=${COMP_WORDS[1]}
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    verb= words='show verify vid filter'
+    verb= words='show verify issue vid filter'
   elif ((COMP_CWORD == 2)) && [[ $verb == vid ]]; then
     words='compute verify show'
   fi
@@ -23,9 +23,12 @@ _pkc() {
         words+=' --recursive --files-from --null --resume-from --jobs --json --ndjson --fields'
         words+=' --header --summary'
         ;;&
-      show) words+=' --charset --dn-case' ;;
+      show) words+=' --as-request --charset --dn-case' ;;
       verify) words+=' --trust --issuer --crl --at --usage' ;;
       filter) words+=' --json --fields --dn-case --strict' ;;
+      issue)
+        words+=' --issuer --key --passphrase-file --allow-exposed-key --output --pem --force --dry-run'
+        ;;
       vid) words+=' --idn-file --random-file --random-hex --hash --json' ;;
     esac
   fi

@@ -3,6 +3,7 @@ complete -c pkc -s h -l help -d 'Print a short help'
 complete -c pkc -n __fish_use_subcommand -f -l version -d 'Show the versions'
 complete -c pkc -n __fish_use_subcommand -f -a show -d 'Show what certificates say'
 complete -c pkc -n __fish_use_subcommand -f -a verify -d 'Check certificates'
+complete -c pkc -n __fish_use_subcommand -f -a issue -d 'Issue a certificate from a request'
 complete -c pkc -n __fish_use_subcommand -f -a vid -d 'Compute, verify and show VIDs'
 complete -c pkc -n __fish_use_subcommand -f -a filter -d 'Answer lines with lines'
 
@@ -19,6 +20,7 @@ complete -c pkc -n $verb -l header -d 'Write the names of the fields first'
 complete -c pkc -n $verb -l summary -d 'Say at the end how much was read, and how fast'
 
 set -l verb 'string match -q show (commandline -opc)[2]'
+complete -c pkc -n $verb -l as-request -d 'Write requests for such certificates'
 complete -c pkc -n $verb -l charset -xa 'utf-8 euc-kr euc-jp shift-jis' -d 'Character set of the text'
 complete -c pkc -n $verb -l dn-case -xa 'lower upper' -d 'Case of the labels in names'
 
@@ -35,6 +37,16 @@ complete -c pkc -n $verb -f -l json -d 'Answer in JSON'
 complete -c pkc -n $verb -f -l fields -x -d 'Answer in tab-separated cells of these fields'
 complete -c pkc -n $verb -f -l dn-case -xa 'lower upper' -d 'Case of the labels in names'
 complete -c pkc -n $verb -f -l strict -d 'Exit with 3 when some line or field was not read'
+
+set -l verb 'string match -q issue (commandline -opc)[2]'
+complete -c pkc -n $verb -l issuer -rF -d 'The issuer\'s certificate'
+complete -c pkc -n $verb -l key -rF -d 'The private key that signs'
+complete -c pkc -n $verb -l passphrase-file -rF -d 'Holds the key\'s passphrase'
+complete -c pkc -n $verb -l allow-exposed-key -d 'Take a key that others own or can read'
+complete -c pkc -n $verb -s o -l output -rF -d 'Where to write'
+complete -c pkc -n $verb -l pem -d 'Write PEM, not DER'
+complete -c pkc -n $verb -l force -d 'Replace an existing file'
+complete -c pkc -n $verb -l dry-run -d 'Show what would be written'
 
 set -l verb 'string match -q vid (commandline -opc)[2]'
 complete -c pkc -n "$verb; and not __fish_seen_subcommand_from compute verify show" \
