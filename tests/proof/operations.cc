@@ -33,16 +33,20 @@ Sample::Sample(Inputs inputs)
       value(ViewOf(in.value)),
       vid(ViewOf(in.vid)),
       pem_list(ViewOf(in.pem_list)),
+      private_key(ViewOf(in.private_key)),
+      encrypted_key(ViewOf(in.encrypted_key)),
       certificate(Decode(der)),
       issuer(Decode(ViewOf(in.issuer))) {
   if (certificate != nullptr) extensions = certificate->tbsCertificate.extensions;
   static_cast<void>(CVD_CRL_Load(&crl, &list));
+  static_cast<void>(CVD_CSP_LoadPrivateKey(&key, &private_key, nullptr));
 }
 
 Sample::~Sample() {
   CVD_ASN_FreePDU(certificate, CVD_PDU_CERTIFICATE);
   CVD_ASN_FreePDU(issuer, CVD_PDU_CERTIFICATE);
   CVD_CRL_Free(crl);
+  CVD_CSP_FreePrivateKey(key);
 }
 
 const CVD_ExtensionNode* Sample::Node(int32_t oid) const {
@@ -118,6 +122,7 @@ void Release(Results* results) {
   CVD_ASN_ResetOID(&results->oid);
   CVD_free(results->huge.data);
   CVD_CRL_Free(results->crl);
+  CVD_CSP_FreePrivateKey(results->key);
 }
 
 // ---- operations ----------------------------------------------------------------------------
@@ -346,6 +351,42 @@ uint32_t RenderPolicies(const Sample& in, Results* out) {
   return status;
 }
 
+uint32_t ConvertKeyInfo(const Sample& in, Results* out) {
+  CVD_SubjectPublicKeyInfo info;
+  BIN parameters{0, nullptr};
+  BIN key{0, nullptr};
+  const uint32_t status =
+      CVD_PKC_AsnSubPubKeyInfo_Encode(&info, CVD_PKEY_DSA, &in.kcdsa_parameters, &in.rsa_key);
+  if (status != 0) return status;
+  return CVD_PKC_AsnSubPubKeyInfo_Decode(&out->number, &parameters, &key, &info);
+}
+
+uint32_t EncodeTemplate(const Sample& in, Results* out) {
+  if (in.certificate == nullptr) return kFailed;
+  const CVD_TBSCertificate& tbs = in.certificate->tbsCertificate;
+  const CVD_Extension* usage = ExtensionOf(in, CVD_OID_KEY_USAGE);
+  PKCCertTemplate certificate{};
+  certificate.serialNumber = tbs.serialNumber;
+  certificate.signatureAlgorithm = CVD_SIGN_SHA256_RSA;
+  certificate.issuer = &tbs.issuer;
+  certificate.subject = &tbs.subject;
+  certificate.keyAlgorithm = CVD_PKEY_RSA;
+  certificate.publicKey = in.rsa_key;
+  if (usage != nullptr) certificate.extensions[PKC_SLOT_KEY_USAGE] = &usage->extnValue;
+  return CVD_PKC_Cert_Encode(&out->bin[0], &certificate, CVD_PKEY_RSA, nullptr, in.key);
+}
+
+uint32_t IssueRequest(const Sample& in, Results* out) {
+  const Inputs& text = in.in;
+  const PKCGenExtOptions options{
+      text.dotted.c_str(), text.base64.c_str(), text.holder.c_str(), text.holder.c_str(), &in.vid,
+      text.base64.c_str(), text.base64.c_str()};
+  const PKCGenContext context{CVD_PKEY_RSA, 0, in.key, 0, 0, 1};
+  return CVD_PKC_GenCertificate(&out->bin[0], 7, CVD_SIGN_SHA256_RSA, 1767225600, 1798761600,
+                                text.name.c_str(), CVD_PKEY_RSA, nullptr, &in.rsa_key, in.issuer,
+                                &options, &context);
+}
+
 // ---- the table -----------------------------------------------------------------------------
 
 // A row of a function with a status, and one of functions in any expression that gives one.
@@ -404,6 +445,12 @@ const Operation kOperations[] = {
     ROW("CVD_CSP_GetKeyLength", KeyLength(in, out), kNever),
     ROW("CVD_CSP_Hash", HashByEach(in, out), kPartial, kCsp),
     ROW("CVD_CSP_VerifyMsgSignature", VerifyMessage(in), kUntouched, kAsn, kCsp),
+    OF(CVD_CSP_LoadPrivateKey, (&out->key, &in.private_key, nullptr), kUntouched, kCsp),
+    OF(CVD_CSP_LoadPrivateKey, (&out->key, &in.encrypted_key, "secret"), kUntouched, kCsp),
+    ROW("CVD_CSP_FreePrivateKey", (CVD_CSP_FreePrivateKey(nullptr), 0), kNever),
+    OF(CVD_CSP_GetPublicKey, (in.key, &out->number, &out->bin[0], &out->bin[1]), kUntouched, kCsp),
+    OF(CVD_CSP_ComputeMsgSignature, (&out->bin[0], &in.der, in.key, CVD_SIGN_SHA256_RSA, nullptr),
+        kUntouched, kCsp),
     OF(CVD_File_ReadBin, (&out->bin[0], in.in.path.c_str()), kUntouched, kIo, kRead),
     ROW("CVD_CRL_Free", (CVD_CRL_Free(nullptr), 0), kNever),
     ROW("CVD_CRL_GetInfo", [&] { CVD_CRLInfo info; return CVD_CRL_GetInfo(in.crl, &info); }(),
@@ -562,6 +609,13 @@ const Operation kOperations[] = {
         &out->number, &out->bin[0], in.certificate)), kPartial, kAsn, kMalloc, kCodec),
     OF(CVD_GetVID, (TEXT(0), TEXT(1), TEXT(2), in.extensions), kPartial, kAsn, kMalloc, kCodec),
     OF(CVD_PKC_GetVIDHashAlg, (&out->number, &in.der), kPartial, kAsn, kMalloc, kCodec),
+
+    // Issuing.
+    ROW("CVD_PKC_AsnSubPubKeyInfo_Encode CVD_PKC_AsnSubPubKeyInfo_Decode", ConvertKeyInfo(in, out),
+        kNever),
+    ROW("CVD_PKC_Cert_Encode", EncodeTemplate(in, out), kUntouched, kMalloc, kAsn, kCsp),
+    ROW("CVD_PKC_GenCertificate", IssueRequest(in, out), kUntouched, kMalloc, kAsn, kCodec, kCsp,
+        kNoNode),
 };
 // clang-format on
 

@@ -34,12 +34,15 @@ struct Inputs {
   Octets kcdsa_parameters = {};
   Octets value = {};  // decoded as each type
   Octets vid = {};
+  Octets private_key = {};
+  Octets encrypted_key = {};  // with the passphrase "secret"
   std::string name = {};
   std::string attribute = {};
   std::string base64 = {};
   std::string dotted = {};
   std::string utf8 = {};
   std::string local = {};  // in the set of the locale
+  std::string holder = {};  // a name of usual length, in the set of the locale
   std::string path = {};
 };
 
@@ -66,10 +69,13 @@ class Sample {
   const BIN value;
   const BIN vid;
   const BIN pem_list;
+  const BIN private_key;
+  const BIN encrypted_key;
   CVD_Certificate* const certificate;
   CVD_Certificate* const issuer;
   const CVD_ExtensionNode* extensions = nullptr;
   CVD_CRL* crl = nullptr;
+  CVD_PrivateKey* key = nullptr;
 };
 
 // Where the operations write. As Clear leaves it, an output that a function wrote shows.
@@ -84,6 +90,7 @@ struct Results {
   CVD_OID oid;
   Huge huge;
   CVD_CRL* crl;
+  CVD_PrivateKey* key;
   int32_t number;
   uint32_t flags;
   char texts[6][1100];

@@ -2,6 +2,7 @@
 // with every extension that is rendered, and one with a KCDSA key.
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
+#include <openssl/pkcs12.h>
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
@@ -35,12 +36,23 @@ Octets Sign(EVP_PKEY* key, const Octets& data) {
   return Der(0x03, Join({Hex("00"), signature}));
 }
 
-Octets PublicKeyInfo(EVP_PKEY* key) {
+template <typename Encoder, typename Key>
+Octets Encoded(Encoder encoder, const Key* key) {
   uint8_t* der = nullptr;
-  const int length = i2d_PUBKEY(key, &der);
+  const int length = encoder(key, &der);
   const Octets octets(der, der + length);
   OPENSSL_free(der);
   return octets;
+}
+
+// A PKCS #8 key, and the same encrypted.
+void AddPrivateKey(EVP_PKEY* key, Inputs* in) {
+  PKCS8_PRIV_KEY_INFO* info = EVP_PKEY2PKCS8(key);
+  in->private_key = Encoded(i2d_PKCS8_PRIV_KEY_INFO, info);
+  X509_SIG* encrypted = PKCS8_encrypt(-1, EVP_aes_128_cbc(), "secret", 6, nullptr, 0, 1, info);
+  in->encrypted_key = Encoded(i2d_X509_SIG, encrypted);
+  X509_SIG_free(encrypted);
+  PKCS8_PRIV_KEY_INFO_free(info);
 }
 
 const Octets& IssuerName() {
@@ -127,6 +139,7 @@ Octets SignedCertificate(CertificateParts parts, EVP_PKEY* key) {
 Inputs RichInputs() {
   const Key key(EVP_RSA_gen(1024), EVP_PKEY_free);
   Inputs in;
+  AddPrivateKey(key.get(), &in);
   in.subject_key_id = Der(0x04, Octets(20, 0x22));
   in.authority_key_id = Hex("3006 8004AABBCCDD");
   Output vid;
@@ -140,7 +153,7 @@ Inputs RichInputs() {
       Sequence({kText, Sequence({Sequence({Oid("1.2.410.200004.10.1.1.1"), vid_der})})});
   CertificateParts parts{.issuer = IssuerName(),
                          .subject = LongName(),
-                         .spki = PublicKeyInfo(key.get()),
+                         .spki = Encoded(i2d_PUBKEY, key.get()),
                          .extensions = Extensions(in.identity_data)};
   in.certificate = SignedCertificate(parts, key.get());
   parts.subject = IssuerName();
@@ -160,6 +173,7 @@ Inputs RichInputs() {
     in.utf8.append(kHangul.begin(), kHangul.end());
     in.local += "\xC8\xAB\xB1\xE6\xB5\xBF";
   }
+  in.holder = "\xC8\xAB\xB1\xE6\xB5\xBF";
   in.path = CORVID_SOURCE_DIR "/examples/sample.der";
   return in;
 }

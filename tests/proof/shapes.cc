@@ -252,7 +252,7 @@ Inputs ListPoints(size_t count) {
 
 Inputs OfText(const std::string& text) {
   Inputs in;
-  in.name = in.attribute = in.base64 = in.dotted = in.utf8 = in.local = text;
+  in.name = in.attribute = in.base64 = in.dotted = in.utf8 = in.local = in.holder = text;
   in.pem = in.pem_list = OctetsOf("-----BEGIN X509 CRL-----\n" + text + "\n-----END X509 CRL-----");
   return in;
 }
