@@ -154,8 +154,9 @@ uint32_t EncodePublicValue(const DSA* key, BIN* out) {
 
 uint32_t PublicKey(const CVD_PrivateKey& key, BIN* parameters, BIN* public_key) {
   if (key.rsa != nullptr) {
-    if (parameters != nullptr) *parameters = {0, nullptr};
-    return Encode(i2d_RSAPublicKey, key.rsa, public_key);
+    const uint32_t status = Encode(i2d_RSAPublicKey, key.rsa, public_key);
+    if (status == 0 && parameters != nullptr) *parameters = {0, nullptr};
+    return status;
   }
   BIN y;
   if (const uint32_t status = EncodePublicValue(key.dsa, &y); status != 0) return status;

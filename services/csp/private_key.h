@@ -43,7 +43,7 @@ template <typename Object>
 // Loading, from the outside inward. A function that is handed a null passphrase takes no encrypted
 // key; what it decrypts it hands on without one. `key` is empty before, and its members may be set
 // after a failure too.
-[[nodiscard]] uint32_t LoadPem(Bytes text, const char* passphrase, CVD_PrivateKey* key);
+[[nodiscard]] uint32_t LoadPem(Bytes octets, const char* passphrase, CVD_PrivateKey* key);
 [[nodiscard]] uint32_t LoadDer(Bytes der, const char* passphrase, CVD_PrivateKey* key);
 // The content octets of an EncryptedPrivateKeyInfo.
 [[nodiscard]] uint32_t LoadEncrypted(Bytes content, const char* passphrase, CVD_PrivateKey* key);

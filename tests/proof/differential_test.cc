@@ -17,8 +17,10 @@ namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kMutants = 4'000;
+constexpr bool kMeetsEveryClass = false;  // too few for the rare ones
 #else
 constexpr int kMutants = 100'000;
+constexpr bool kMeetsEveryClass = true;
 #endif
 
 // ---- mutants -------------------------------------------------------------------------------
@@ -453,7 +455,9 @@ TEST(Differential, EveryDisagreementWithOpensslIsKnown) {
     CompareKeys(*ours.get(), theirs.certificate);
   }
   EXPECT_GT(both, kMutants / 5) << "too few were compared";
-  EXPECT_EQ(classes.size(), std::size(kRefusedHere) + 1) << "a class that does not happen";
+  if (kMeetsEveryClass) {
+    EXPECT_EQ(classes.size(), std::size(kRefusedHere) + 1) << "a class that does not happen";
+  }
   for (const auto& [name, count] : classes) std::printf("%6d %s\n", count, name.c_str());
   std::printf("%6d of %d were taken by both\n", both, kMutants);
 }
