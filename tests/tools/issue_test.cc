@@ -244,7 +244,7 @@ TEST_F(Issue, RefusesRequests) {
     EXPECT_FALSE(fs::exists(Path("wrong.der")));
   }
   for (const std::string& subject :
-       {"cn=" + a64, "l=" + a128, "e=" + a128, "dc=" + a128 + a128 + a128 + "0123456789abcd"}) {
+       {"cn=" + a64, "l=" + a128, "e=" + a128, "dc=" + std::string(398, 'a')}) {
     json request = UserRequest();
     request["subject"] = subject;
     Write("right.json", request);

@@ -226,8 +226,7 @@ char* PutJsonString(std::string_view octets, Backslash backslash, char* out) {
   } else {
     std::string escaped;
     AppendJsonText(octets, backslash, &escaped);
-    std::memcpy(out, escaped.data(), escaped.size());
-    out += escaped.size();
+    out += escaped.copy(out, escaped.size());
   }
   *out++ = '"';
   return out;

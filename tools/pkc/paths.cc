@@ -82,7 +82,7 @@ bool Paths::ReadList(std::string* path, Entry* problem) {
   ssize_t length = -1;
   errno = 0;
   if (list_ != nullptr) {
-    const int separator = options_.null_separated ? '\0' : '\n';
+    const char separator = options_.null_separated ? '\0' : '\n';
     do {
       length = getdelim(&line, &size, separator, list_.get());
       if (length > 0 && line[length - 1] == separator) --length;
