@@ -140,7 +140,8 @@ class Maker {
         std::string text;
         if (!Attribute(attribute, &text)) continue;
         same_types = same_types && EncodedValue(text) == pkc::Octets(attribute.value).text();
-        component = component.empty() ? text : text + '+' + component;
+        if (!component.empty()) text.append("+").append(component);
+        component = std::move(text);
       }
       if (component.empty()) continue;
       request_.subject = request_.subject.empty() ? component : component + ',' + request_.subject;

@@ -109,7 +109,7 @@ bool FindPem(std::string_view text, const std::string& label, pkc::Bin* der) {
 // PEM of keys and requests is read here, everything else as certificates are.
 bool ReadDer(const std::string& path, std::string* der, Refusals* refusals) {
   pkc::Bin file;
-  if (const pkc::Status status = pkc::ReadFile(path.c_str(), &file); !status.ok()) {
+  if (const pkc::Status status = pkc::ReadFile(path, &file); !status.ok()) {
     refusals->Add(path, kKey, status, kExitInput);
     return false;
   }

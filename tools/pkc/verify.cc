@@ -140,7 +140,7 @@ class Verify {
     constexpr std::string_view kBegin = "-----BEGIN X509 CRL-----";
     constexpr std::string_view kEnd = "-----END X509 CRL-----";
     pkc::Bin file;
-    if (const pkc::Status status = pkc::ReadFile(path.c_str(), &file); !status.ok()) {
+    if (const pkc::Status status = pkc::ReadFile(path, &file); !status.ok()) {
       return TellList(path, 0, status);
     }
     const std::string_view text = file.octets().text();
