@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <utility>
 
 namespace corvid::test {
@@ -66,15 +67,6 @@ void Clear(Results* results) {
   for (char* text : results->texts) text[0] = '\0';
 }
 
-bool AreClear(const Results& results) {
-  static const Results* const kClear = [] {
-    auto* clear = static_cast<Results*>(std::malloc(sizeof(Results)));
-    Clear(clear);
-    return clear;
-  }();
-  return std::memcmp(&results, kClear, sizeof results) == 0;
-}
-
 std::string Describe(const Results& results) {
   std::string all;
   const auto add = [&all](const void* data, size_t length) {
@@ -110,6 +102,16 @@ std::string Describe(const Results& results) {
   add(results.texts, sizeof results.texts);
   add(&results.info, sizeof results.info);
   return all;
+}
+
+// Member by member: what stands between the members is anybody's.
+bool AreClear(const Results& results) {
+  static const std::string kClear = [] {
+    const auto clear = std::make_unique<Results>();
+    Clear(clear.get());
+    return Describe(*clear);
+  }();
+  return Describe(results) == kClear;
 }
 
 void Release(Results* results) {
