@@ -3,6 +3,8 @@
 #ifndef CORVID_BENCH_BENCH_H_
 #define CORVID_BENCH_BENCH_H_
 
+#include <openssl/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -33,6 +35,10 @@ const std::vector<Octets>& Roots();
 Octets CertificateWithRdns(size_t count);
 Octets CertificateWithNames(size_t count);
 Octets CertificateWithExtensions(size_t count);
+
+// Add to a certificate of OpenSSL's from texts.
+void AddAttribute(X509_NAME* name, const char* type, const std::string& value);
+void AddExtension(X509* certificate, const char* name, const char* value);
 
 // Heap blocks asked for since the program began, by anybody.
 size_t Allocations();

@@ -15,28 +15,8 @@
 #include "bench/bench.h"
 
 namespace corvid::bench {
-namespace {
-
-using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
-
-void Check(bool done) {
+static void Check(bool done) {
   if (!done) std::abort();  // no certificate, no figure
-}
-
-EVP_PKEY* SigningKey() {
-  static const Key key(EVP_RSA_gen(2048), EVP_PKEY_free);
-  Check(key != nullptr);
-  return key.get();
-}
-
-Octets Encoded(X509* certificate) {
-  uint8_t* der = nullptr;
-  const int length = i2d_X509(certificate, &der);
-  Check(length > 0);
-  Octets octets(der, der + length);
-  OPENSSL_free(der);
-  return octets;
 }
 
 void AddAttribute(X509_NAME* name, const char* type, const std::string& value) {
@@ -54,6 +34,26 @@ void AddExtension(X509* certificate, const char* name, const char* value) {
   X509_EXTENSION* extension = X509V3_EXT_nconf(configuration, &context, name, value);
   Check(extension != nullptr && X509_add_ext(certificate, extension, -1) == 1);
   X509_EXTENSION_free(extension);
+}
+
+namespace {
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
+
+EVP_PKEY* SigningKey() {
+  static const Key key(EVP_RSA_gen(2048), EVP_PKEY_free);
+  Check(key != nullptr);
+  return key.get();
+}
+
+Octets Encoded(X509* certificate) {
+  uint8_t* der = nullptr;
+  const int length = i2d_X509(certificate, &der);
+  Check(length > 0);
+  Octets octets(der, der + length);
+  OPENSSL_free(der);
+  return octets;
 }
 
 Octets Make(const std::function<void(X509*)>& fill, EVP_PKEY* key = SigningKey()) {

@@ -250,6 +250,12 @@ const std::vector<Budget> kBudgets = {
     {"verification, RSA-4096 / bare", "verify4096/corvid", "verify4096/bare", 1.04, 0},
     {"  another issuer each time", "verify4096/corvid_other_issuer", "verify4096/bare", 1.25, 0},
     {"  OpenSSL's own call", "verify4096/openssl", "verify4096/bare", 0, 0},
+    {"issuing, RSA-2048 / bare", "issue2048/corvid", "issue2048/bare", 1.03, 0},
+    {"  OpenSSL, template ready", "issue2048/openssl_ready", "issue2048/bare", 0, 0},
+    {"  OpenSSL, from texts", "issue2048/openssl_texts", "issue2048/bare", 0, 0},
+    {"issuing, RSA-4096 / bare", "issue4096/corvid", "issue4096/bare", 1.03, 0},
+    {"  OpenSSL, template ready", "issue4096/openssl_ready", "issue4096/bare", 0, 0},
+    {"  OpenSSL, from texts", "issue4096/openssl_texts", "issue4096/bare", 0, 0},
     {"Debian's roots, decode / OpenSSL", "roots/decode/corvid", "roots/decode/openssl", 0, 0},
     {"Debian's roots, record / OpenSSL", "roots/record/corvid", "roots/record/openssl", 0, 0},
 };

@@ -36,12 +36,13 @@ struct Inputs {
   Octets vid = {};
   Octets private_key = {};
   Octets encrypted_key = {};  // with the passphrase "secret"
+  int32_t sign = CVD_SIGN_SHA256_RSA;
   std::string name = {};
   std::string attribute = {};
   std::string base64 = {};
   std::string dotted = {};
   std::string utf8 = {};
-  std::string local = {};  // in the set of the locale
+  std::string local = {};   // in the set of the locale
   std::string holder = {};  // a name of usual length, in the set of the locale
   std::string path = {};
 };

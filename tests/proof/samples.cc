@@ -1,7 +1,10 @@
 // The samples with which every operation succeeds, and all its allocations happen: a certificate
 // with every extension that is rendered, and one with a KCDSA key.
+#define OPENSSL_SUPPRESS_DEPRECATED
 #include <gtest/gtest.h>
+#include <openssl/dsa.h>
 #include <openssl/evp.h>
+#include <openssl/pem.h>
 #include <openssl/pkcs12.h>
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
@@ -53,6 +56,23 @@ void AddPrivateKey(EVP_PKEY* key, Inputs* in) {
   in->encrypted_key = Encoded(i2d_X509_SIG, encrypted);
   X509_SIG_free(encrypted);
   PKCS8_PRIV_KEY_INFO_free(info);
+}
+
+// A key of the older DSA form, and the same in encrypted PEM.
+void AddDsaKey(const Octets& group, Inputs* in) {
+  const uint8_t* at = group.data();
+  DSA* key = d2i_DSAparams(nullptr, &at, static_cast<long>(group.size()));
+  EXPECT_EQ(DSA_generate_key(key), 1);
+  in->private_key = Encoded(i2d_DSAPrivateKey, key);
+  BIO* pem = BIO_new(BIO_s_mem());
+  char secret[] = "secret";
+  EXPECT_EQ(PEM_write_bio_DSAPrivateKey(pem, key, EVP_aes_128_cbc(), nullptr, 0, nullptr, secret),
+            1);
+  char* text = nullptr;
+  const long length = BIO_get_mem_data(pem, &text);
+  in->encrypted_key = OctetsOf(std::string_view(text, static_cast<size_t>(length)));
+  BIO_free(pem);
+  DSA_free(key);
 }
 
 const Octets& IssuerName() {
@@ -179,11 +199,16 @@ Inputs RichInputs() {
 }
 
 Inputs KcdsaInputs() {
-  const auto vectors =
-      nlohmann::json::parse(ReadFile(std::string(CORVID_VECTORS_DIR) + "/kcdsa_certificates.json"));
+  const auto read = [](const char* file) {
+    return nlohmann::json::parse(ReadFile(std::string(CORVID_VECTORS_DIR) + file));
+  };
   Inputs in;
-  in.certificate = Hex(std::string(vectors.at("certificates").at(0).at("der")));
+  in.certificate =
+      Hex(std::string(read("/kcdsa_certificates.json").at("certificates").at(0).at("der")));
   in.issuer = in.certificate;
+  // Parameters of 1024 and 160 bits: p, q and g alone, so that DSA has them too.
+  AddDsaKey(Hex(std::string(read("/kcdsa.json").at("accept").at(4).at("params_der"))), &in);
+  in.sign = CVD_SIGN_SHA1_DSA;
   return in;
 }
 
