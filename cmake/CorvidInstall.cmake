@@ -37,7 +37,9 @@ install(EXPORT Corvid NAMESPACE Corvid:: FILE CorvidTargets.cmake DESTINATION ${
 configure_file(cmake/CorvidConfig.cmake.in ${PROJECT_BINARY_DIR}/CorvidConfig.cmake @ONLY)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/CorvidConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/CorvidConfig.cmake ${PROJECT_BINARY_DIR}/CorvidConfigVersion.cmake
+install(FILES
+  ${PROJECT_BINARY_DIR}/CorvidConfig.cmake
+  ${PROJECT_BINARY_DIR}/CorvidConfigVersion.cmake
   DESTINATION ${package_dir})
 
 # corvid_pkgconfig(COMPONENT DESCRIPTION text [REQUIRES ...] [PRIVATE ...]) makes

@@ -27,7 +27,8 @@ _pkc() {
       verify) words+=' --trust --issuer --crl --at --usage' ;;
       filter) words+=' --json --fields --dn-case --strict' ;;
       issue)
-        words+=' --issuer --key --passphrase-file --allow-exposed-key --output --pem --force --dry-run'
+        words+=' --issuer --key --passphrase-file --allow-exposed-key --output --pem --force'
+        words+=' --dry-run'
         ;;
       vid) words+=' --idn-file --random-file --random-hex --hash --json' ;;
     esac
