@@ -137,6 +137,11 @@ openssl x509 -in user.pem -noout -text | grep sha512)");
   EXPECT_EQ(warned.exit, 0);
   EXPECT_NE(warned.err.find("warning: "), std::string::npos) << warned.err;
 
+  EXPECT_EQ(RunCommand({"issue", std::string(CORVID_SOURCE_DIR) + "/examples/request.json",
+                        "--issuer", Path("ca.der"), "--key", Path("ca.key"), "--dry-run"})
+                .exit,
+            0);
+
   const Result again = RunCommand({"show", "--as-request", Path("user.der")});
   EXPECT_EQ(again.err, "");
   Write("again.json", again.out);
@@ -262,6 +267,9 @@ TEST_F(Issue, RefusesIssuersAndKeys) {
   json private_key = UserRequest();
   private_key["publicKey"]["file"] = "user.key";
   Write("private.json", private_key);
+  private_key["publicKey"]["file"] = "broken.pem";
+  Write("broken.json", private_key);
+  Write("broken.pem", "-----BEGIN PUBLIC KEY-----\n!\n-----END PUBLIC KEY-----\n");
   const struct {
     const char* name;
     std::vector<std::string> arguments;
@@ -286,6 +294,7 @@ TEST_F(Issue, RefusesIssuersAndKeys) {
       {"Curve", {"ca.json", "--key", "ec.key"}, 2, "6031"},
       {"Passphrase", {"ca.json", "--key", "locked.key", "--passphrase-file", "wrong"}, 2, "6032"},
       {"Private", {"private.json", "--key", "ca.key", "--issuer", "ca.der"}, 3, "is a private key"},
+      {"Broken", {"broken.json", "--key", "ca.key", "--issuer", "ca.der"}, 3, "publicKey: 3007"},
       {"NoRequest", {"none.json", "--key", "ca.key"}, 3, "No such file"},
   };
   for (const auto& row : rows) {

@@ -1,14 +1,14 @@
 // `pkc issue`: reads a request, an issuer and a key, refuses what should not be signed, and writes
 // the certificate once it has passed its checks.
 #include <sys/random.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -101,7 +101,7 @@ class IssueVerb {
   }
 
   bool ReadTheRequest() {
-    Secret text;  // it names a person
+    Secret text;
     const int error = ReadAll(options_.request, kMostRequest, &text);
     if (error != 0) refusals_.Add(options_.request, "", ErrorText(error), kExitInput);
     if (error != 0) return false;
@@ -182,32 +182,23 @@ class IssueVerb {
   // ---- what is written ---------------------------------------------------------------------
 
   int Show() {
-    const bool colour = isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr;
-    const Colour coloured = colour ? Colour::kTerminal : Colour::kNever;
+    const Colour colour = ColourOfOutput();
     Reporter reporter(false);
     std::string text;
     if (reporter.Read({options_.request, 1}, der_.octets())) {
-      AppendHeading(options_.request + ": the certificate", coloured, &text);
-      AppendText(reporter.report(), coloured, &text);
+      AppendHeading(options_.request + ": the certificate", colour, &text);
+      AppendText(reporter.report(), colour, &text);
     }
-    return Print(text + "\nNothing was written.\n");
+    return Print(text + "\nNothing was written.\n", kExitGood);
   }
 
   int Write() {
-    if (options_.output.empty()) return Print(Pem(der_.octets()));
+    if (options_.output.empty()) return Print(Pem(der_.octets()), kExitGood);
     const std::string content =
         options_.pem ? Pem(der_.octets()) : std::string(der_.octets().text());
     const int error = WriteNewFile(options_.output, content, existing());
     if (error != 0) RefuseOutput(error);
     return refusals_.empty() ? kExitGood : refusals_.Tell();
-  }
-
-  static int Print(const std::string& text) {
-    Output out(STDOUT_FILENO);
-    out.Write(text);
-    if (out.Flush()) return kExitGood;
-    TellOutputFailure(out.error());
-    return kExitSystem;
   }
 
   const Options& options_;

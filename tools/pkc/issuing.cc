@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "as_request.h"
 #include "certificate_checks.h"
@@ -57,6 +58,8 @@ constexpr TextRow kTexts[] = {
 const char* FindDifference(const CVD_Certificate& certificate, pkc::Octets der,
                            const Issuance& issuance) {
   const IssueRequest& asked = issuance.request;
+  const CVD_TBSCertificate& issuing =
+      issuance.issuer != nullptr ? issuance.issuer->tbsCertificate : certificate.tbsCertificate;
   std::vector<RequestNote> notes;
   const IssueRequest given = MakeRequest(certificate, der, &notes);
   SubjectKey key;
@@ -69,7 +72,7 @@ const char* FindDifference(const CVD_Certificate& certificate, pkc::Octets der,
   }
   if (given.signID != asked.signID) return "signature";
   if (!(key == issuance.subject_key)) return "publicKey";
-  if (given.self_signed != asked.self_signed) return "selfSigned";
+  if (CVD_ASN_CmpName(&certificate.tbsCertificate.issuer, &issuing.subject) != 0) return "issuer";
   if (given.ca != asked.ca) return "ca";
   for (const TextRow& row : kTexts) {
     if (given.*row.field != asked.*row.field) return row.key;

@@ -10,6 +10,7 @@
 
 #include "corvid/pkc.hpp"
 #include "escape.h"
+#include "problem.h"
 
 namespace corvid::tool {
 namespace {
@@ -70,6 +71,14 @@ bool Output::Send(std::string_view text) {
     }
   }
   return error_ == 0;
+}
+
+int Print(std::string_view text, int exit) {
+  Output out(STDOUT_FILENO);
+  out.Write(text);
+  if (out.Flush()) return exit;
+  TellOutputFailure(out.error());
+  return kExitSystem;
 }
 
 void TellOutputFailure(int error) {

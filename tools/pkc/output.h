@@ -29,6 +29,10 @@ class Output {
   std::string buffer_;
 };
 
+// Writes the text to standard output. The exit status: the one given, or that of a failed output,
+// which is told.
+int Print(std::string_view text, int exit);
+
 // Says on standard error why standard output failed; a reader that has seen enough is no news.
 void TellOutputFailure(int error);
 

@@ -115,6 +115,8 @@ void AppendJson(const Report& report, Layout layout, size_t depth, std::string* 
 
 // Appends the report as aligned lines, indented by two blanks below a heading of the caller's.
 enum class Colour { kNever, kTerminal };
+// kTerminal when standard output is one, unless the environment says NO_COLOR.
+Colour ColourOfOutput();
 void AppendHeading(std::string_view heading, Colour colour, std::string* out);
 void AppendText(const Report& report, Colour colour, std::string* out);
 

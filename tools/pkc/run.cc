@@ -6,7 +6,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdlib>
 #include <new>
 #include <thread>
 #include <utility>
@@ -76,9 +75,7 @@ Style MakeStyle(const RunOptions& options, std::span<const Field> table, const c
                  : !options.fields.empty() ? Format::kFields
                                            : Format::kText;
   style.locale = locale;
-  if (IsTerminal(STDOUT_FILENO) && std::getenv("NO_COLOR") == nullptr) {
-    style.colour = Colour::kTerminal;
-  }
+  style.colour = ColourOfOutput();
   if (!options.fields.empty()) ChooseFields(options.fields, table, &style.fields);
   return style;
 }

@@ -96,14 +96,14 @@ bool FromRequest(const RequestParts& parts, std::string_view input, SubjectKey* 
   return status.ok();
 }
 
-// The octets of the first PEM block with the label; false when there is no such block.
-bool FindPem(std::string_view text, const std::string& label, pkc::Bin* der) {
+// The base64 of the first PEM block with the label; false when there is no such block.
+bool FindPem(std::string_view text, const std::string& label, std::string* base64) {
   const std::string begin = "-----BEGIN " + label + "-----";
   const size_t start = text.find(begin);
   if (start == std::string_view::npos) return false;
   const std::string_view rest = text.substr(start + begin.size());
-  const std::string body(rest.substr(0, rest.find("-----END " + label + "-----")));
-  return pkc::DecodeBase64(body.c_str(), der).ok();
+  *base64 = rest.substr(0, rest.find("-----END " + label + "-----"));
+  return true;
 }
 
 // PEM of keys and requests is read here, everything else as certificates are.
@@ -114,10 +114,13 @@ bool ReadDer(const std::string& path, std::string* der, Refusals* refusals) {
     return false;
   }
   for (const char* label : {"PUBLIC KEY", "CERTIFICATE REQUEST", "NEW CERTIFICATE REQUEST"}) {
+    std::string base64;
     pkc::Bin octets;
-    if (!FindPem(file.octets().text(), label, &octets)) continue;
+    if (!FindPem(file.octets().text(), label, &base64)) continue;
+    const pkc::Status status = pkc::DecodeBase64(base64.c_str(), &octets);
+    if (!status.ok()) refusals->Add(path, kKey, status, kExitInput);
     *der = octets.octets().text();
-    return true;
+    return status.ok();
   }
   return ReadOneDer(path, kKey, der, refusals);
 }

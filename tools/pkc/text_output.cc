@@ -1,5 +1,8 @@
 // Writes a report as text for people: one line an item, values in one column, hexadecimal wrapped.
+#include <unistd.h>
+
 #include <charconv>
+#include <cstdlib>
 
 #include "escape.h"
 #include "report.h"
@@ -100,6 +103,11 @@ class Writer {
 };
 
 }  // namespace
+
+Colour ColourOfOutput() {
+  const bool shown = isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr;
+  return shown ? Colour::kTerminal : Colour::kNever;
+}
 
 void AppendHeading(std::string_view heading, Colour colour, std::string* out) {
   if (colour == Colour::kTerminal) *out += kBold;

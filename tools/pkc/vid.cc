@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -47,14 +46,6 @@ struct Options {
   std::vector<std::string> certificates;
   bool json = false;
 };
-
-int Print(const std::string& text, int exit) {
-  Output out(STDOUT_FILENO);
-  out.Write(text);
-  if (out.Flush()) return exit;
-  TellOutputFailure(out.error());
-  return kExitSystem;
-}
 
 // ---- secrets -------------------------------------------------------------------------------
 
@@ -178,10 +169,7 @@ int RunVerify(const Options& options) {
 
 class Show {
  public:
-  explicit Show(const Options& options)
-      : options_(options),
-        colour_(isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr ? Colour::kTerminal
-                                                                                 : Colour::kNever) {
+  explicit Show(const Options& options) : options_(options), colour_(ColourOfOutput()) {
     errors_.List(nullptr, nullptr);
   }
 
