@@ -38,6 +38,7 @@ enum : uint8_t {
   kTagInteger = 0x02,
   kTagBitString = 0x03,
   kTagOctetString = 0x04,
+  kTagNull = 0x05,
   kTagObject = 0x06,
   kTagSequence = 0x30
 };

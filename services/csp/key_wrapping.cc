@@ -7,6 +7,7 @@
 #include <openssl/x509.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <string_view>
 
@@ -128,6 +129,11 @@ uint32_t CheckPkcs12(Bytes in) {
   return count <= kMostIterations ? 0 : CVD_CSP_ERR_UNSUPPORTED_KEY;
 }
 
+bool IsNullOrAbsent(Bytes parameters) {
+  constexpr uint8_t kNull[] = {kTagNull, 0};
+  return parameters.empty() || std::ranges::equal(parameters, kNull);
+}
+
 // PBKDF2-params ::= SEQUENCE { salt, iterationCount, keyLength OPTIONAL, prf DEFAULT }
 // (RFC 8018 A.2)
 uint32_t CheckPbkdf2(Bytes in, uint64_t key_length) {
@@ -136,7 +142,9 @@ uint32_t CheckPbkdf2(Bytes in, uint64_t key_length) {
   if (!TakeIterations(&in, &count) || !TakeKeyLength(&in, key_length)) return CVD_CSP_ERR_BAD_KEY;
   if (count > kMostIterations) return CVD_CSP_ERR_UNSUPPORTED_KEY;
   if (in.empty()) return 0;
-  if (!function.Take(&in) || !in.empty()) return CVD_CSP_ERR_BAD_KEY;
+  if (!function.Take(&in) || !in.empty() || !IsNullOrAbsent(function.parameters)) {
+    return CVD_CSP_ERR_BAD_KEY;
+  }
   const int nid = Find(kPseudorandomFunctions, function.oid);
   return nid != NID_undef ? 0 : CVD_CSP_ERR_UNSUPPORTED_KEY;
 }
@@ -170,7 +178,7 @@ uint32_t CheckPbes2(Bytes in) {
   if (cipher == nullptr) return CVD_CSP_ERR_MALLOC;
   if (!TakeElement(&encryption.parameters, kTagOctetString, &iv) ||
       iv.size() != static_cast<size_t>(EVP_CIPHER_get_iv_length(cipher)) ||
-      !TakeWhole(derivation.parameters, &in)) {
+      !encryption.parameters.empty() || !TakeWhole(derivation.parameters, &in)) {
     return CVD_CSP_ERR_BAD_KEY;
   }
   const auto key_length = static_cast<uint64_t>(EVP_CIPHER_get_key_length(cipher));
@@ -198,6 +206,31 @@ std::string_view Before(std::string_view text, std::string_view mark) {
   return text.substr(0, text.find(mark));
 }
 
+// Whether data follows the headers (lines with a colon, then an empty one) of a block; libcrypto
+// fails without it, and does not say why.
+bool HasData(std::string_view block) {
+  bool headers = false;
+  bool data = false;
+  bool divided = false;
+  const auto blank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+  const auto base64 = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; };
+  block.remove_prefix(Before(block, "\n").size());
+  while (!block.empty()) {
+    block.remove_prefix(1);
+    const std::string_view line = Before(block, "\n");
+    block.remove_prefix(line.size());
+    if (line.starts_with(kEnd)) break;
+    if (!divided && std::ranges::all_of(line, blank)) {
+      divided = true;
+      headers = data = false;
+      continue;
+    }
+    headers = headers || (!divided && line.find(':') != line.npos);
+    data = data || std::ranges::any_of(line, base64);
+  }
+  return data && !headers;
+}
+
 struct PemBlock {
   char* label = nullptr;
   char* headers = nullptr;
@@ -213,6 +246,7 @@ struct PemBlock {
     OPENSSL_secure_clear_free(octets, static_cast<size_t>(length));
   }
   [[nodiscard]] uint32_t Read(std::string_view text) {
+    if (!HasData(text)) return CVD_CSP_ERR_BAD_KEY;
     const std::unique_ptr<BIO, Freed<BIO_free>> in(
         BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
     if (in == nullptr) return CVD_CSP_ERR_MALLOC;

@@ -132,10 +132,16 @@ struct Tags {
   }
 };
 
+constexpr size_t kMostPassphrase = 1 << 20;
+
 uint32_t Load(Bytes encoding, const char* passphrase, CVD_PrivateKey** key) {
   std::unique_ptr<CVD_PrivateKey, Freed<CVD_CSP_FreePrivateKey>> loaded(
       static_cast<CVD_PrivateKey*>(CVD_calloc(1, sizeof(CVD_PrivateKey))));
   if (loaded == nullptr) return CVD_CSP_ERR_MALLOC;
+  // Doubled by one of the schemes, it must still fit an int.
+  if (passphrase != nullptr && strnlen(passphrase, kMostPassphrase + 1) > kMostPassphrase) {
+    return CVD_CSP_ERR_INVALID_INPUT;
+  }
   Bytes content;
   const auto load = TakeWhole(encoding, &content) ? LoadDer : LoadPem;
   const uint32_t status = load(encoding, passphrase, loaded.get());

@@ -114,14 +114,16 @@ typedef struct CVD_PrivateKey CVD_PrivateKey;
  * encrypted, PKCS #1 (RFC 8017 A.1.2), or the SEQUENCE { 0, p, q, g, y, x } of older DSA files. DER
  * is the whole of `encoding`; in PEM, encrypted or not, text may stand around the first block of a
  * private key, which counts. `passphrase` is the text that an encrypted key was encrypted with, of
- * its octets nothing left out, or null; "" is a passphrase too. Nothing asks for one.
+ * its octets nothing left out, or null; "" is a passphrase too. Nothing asks for one. More than 1
+ * MiB of it is CVD_CSP_ERR_INVALID_INPUT.
  *
  * The numbers must be within the bounds of CVD_CSP_VerifyMsgSignature and fit together (RSA: two
  * primes, with the parts for the Chinese remainder theorem). `*key` is null after a failure.
  * CVD_CSP_ERR_PASSPHRASE for an encrypted key and a wrong or no passphrase, also when it was
  * encrypted wrongly; CVD_CSP_ERR_NOT_A_PRIVATE_KEY; CVD_CSP_ERR_UNSUPPORTED_KEY for private keys of
- * other algorithms and containers, encryption that OpenSSL's default provider does not have, more
- * than 10 million iterations, and scrypt with N r p above 2^24 or more than 32 MiB of memory;
+ * other algorithms and containers, encryption other than PBES2 (PBKDF2 with HMAC of SHA-1 or SHA-2,
+ * or scrypt; AES, ARIA, Camellia or Triple DES in CBC mode) and the Triple DES schemes of PKCS #12,
+ * more than 10 million iterations, and scrypt with N r p above 2^24 or more than 32 MiB of memory;
  * CVD_CSP_ERR_BAD_KEY for everything else. */
 CVD_EXPORT uint32_t CVD_CSP_LoadPrivateKey(CVD_PrivateKey** key, const BIN* encoding,
                                            const char* passphrase);
