@@ -360,7 +360,8 @@ uint32_t CVD_ImplementRDN(void* /*reserved*/, CVD_Name* name, const char* text) 
 uint32_t CVD_GetAttrTypeAndValue(const char* text, int32_t length, CVD_BIN_LIST** types,
                                  CVD_BIN_LIST** values) {
   if (types == nullptr || values == nullptr) return PKC_ERR_BAD_RDN;
-  if (text == nullptr || length < 0) return PKC_ERR_INVALID_INPUT;
+  if (text == nullptr) return PKC_ERR_INVALID_INPUT;
+  if (length < 0) return PKC_ERR_BAD_RDN;
   return corvid::AddAttribute({text, strnlen(text, static_cast<size_t>(length))}, types, values);
 }
 

@@ -84,9 +84,9 @@ class Extensions {
 };
 
 [[nodiscard]] uint32_t AddExtensions(const PKCCertTemplate& given, Extensions* extensions) {
-  if (given.extensions[PKC_SLOT_KEY_USAGE] == nullptr) return PKC_ERR_NO_EXTENSION;
   for (const SlotRow& row : kSlotRows) {
     const BIN* value = given.extensions[row.slot];
+    if (value == nullptr && row.slot == PKC_SLOT_KEY_USAGE) return PKC_ERR_NO_EXTENSION;
     if (value == nullptr) continue;
     if (uint32_t status = extensions->Add(row, *value); status != 0) return status;
   }
@@ -340,14 +340,13 @@ uint32_t Request::SetExtensions(const CVD_Certificate* issuer) {
 
 uint32_t CVD_PKC_AsnSubPubKeyInfo_Encode(CVD_SubjectPublicKeyInfo* info, int32_t pkeyID,
                                          const BIN* parameters, const BIN* publicKey) {
-  if (info == nullptr || publicKey == nullptr || !corvid::IsBits(*publicKey)) {
-    return PKC_ERR_INVALID_INPUT;
-  }
+  if (info == nullptr || publicKey == nullptr) return PKC_ERR_INVALID_INPUT;
   const CVD_OID* algorithm = CVD_PKC_PkeyID_To_ObjID(static_cast<uint32_t>(pkeyID));
   if (algorithm == nullptr) {
     return corvid::kTrace("CVD_PKC_AsnSubPubKeyInfo_Encode", PKC_ERR_UNKNOWN_PKEYID);
   }
   if (pkeyID != CVD_PKEY_RSA && parameters == nullptr) return PKC_ERR_INVALID_INPUT;
+  if (!corvid::IsBits(*publicKey)) return PKC_ERR_INVALID_INPUT;
   info->algorithm = {0x80, *algorithm,
                      pkeyID == CVD_PKEY_RSA ? corvid::NullParameters() : *parameters};
   info->subjectPublicKey = corvid::BitsOf(*publicKey);

@@ -137,7 +137,7 @@ char* pkc_strtok(char* text, const char* delimiters, char** position) {
 }
 
 int32_t pkc_strncasecmp(const char* a, const char* b, uint32_t count) {
-  if (a == nullptr || b == nullptr) return 0;
+  if (a == nullptr || b == nullptr) return int32_t{a != nullptr} - int32_t{b != nullptr};
   for (uint32_t i = 0; i < count; ++i) {
     const int32_t difference = corvid::ToLower(a[i]) - corvid::ToLower(b[i]);
     if (difference != 0 || a[i] == '\0') return difference;

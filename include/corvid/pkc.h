@@ -126,7 +126,7 @@ CVD_EXPORT int32_t pkc_snprintf(char* destination, uint32_t size, const char* fo
     __attribute__((format(printf, 3, 4)));
 /* strtok_r. */
 CVD_EXPORT char* pkc_strtok(char* text, const char* delimiters, char** position);
-/* strncasecmp for ASCII: negative, 0 or positive. */
+/* strncasecmp for ASCII: negative, 0 or positive. Null comes before every text. */
 CVD_EXPORT int32_t pkc_strncasecmp(const char* a, const char* b, uint32_t count);
 /* localtime_r on a 64-bit time; null on failure. */
 CVD_EXPORT struct tm* pkc_localtime(const int64_t* time, struct tm* result);
@@ -319,8 +319,8 @@ CVD_EXPORT uint32_t CVD_ExtractDN(void* reserved, const BIN* der, char** text);
 CVD_EXPORT uint32_t CVD_ImplementRDN(void* reserved, CVD_Name* name, const char* text);
 /* Reads one attribute ("cn = Doe\, John", at most 401 octets) and adds its label and its value,
  * terminated and without escapes, at the heads of two lists, which the caller releases with
- * CVD_BIN_LIST_Free. PKC_ERR_BAD_RDN, also for a null list; PKC_ERR_MALLOC. The lists are then as
- * they were. Traces nothing. */
+ * CVD_BIN_LIST_Free. PKC_ERR_BAD_RDN, also for a null list and a negative length; PKC_ERR_MALLOC.
+ * The lists are then as they were. Traces nothing. */
 CVD_EXPORT uint32_t CVD_GetAttrTypeAndValue(const char* text, int32_t length, CVD_BIN_LIST** types,
                                             CVD_BIN_LIST** values);
 /* Releases the RDNs of a name that CVD_ImplementRDN made, and empties it; null is ignored. */

@@ -27,9 +27,10 @@ class Characters {
  public:
   // False when the value is no string of a type that can be read.
   bool Begin(const BIN& value) {
+    if (value.data == nullptr || value.length <= 0) return false;
     Cursor in{value.data, value.data + value.length};
     Element element;
-    if (value.length <= 0 || ReadElement(&in, &element) != 0 || !in.empty()) return false;
+    if (ReadElement(&in, &element) != 0 || !in.empty()) return false;
     at_ = element.content;
     end_ = element.end;
     switch (*element.begin) {
@@ -109,7 +110,8 @@ class Characters {
 
 bool SameOctets(const BIN& a, const BIN& b) {
   return a.length == b.length &&
-         (a.length <= 0 || std::memcmp(a.data, b.data, static_cast<size_t>(a.length)) == 0);
+         (a.length <= 0 || (a.data != nullptr && b.data != nullptr &&
+                            std::memcmp(a.data, b.data, static_cast<size_t>(a.length)) == 0));
 }
 
 bool SameValue(const BIN& a, const BIN& b) {

@@ -293,7 +293,10 @@ uint32_t Query(const CVD_CRL& crl, const CVD_Certificate& certificate) {
   const CVD_TBSCertificate& tbs = certificate.tbsCertificate;
   const bool own = CVD_ASN_CmpName(&IssuerOf(crl), &tbs.issuer) == 0;
   if (const uint32_t status = CheckScope(crl, certificate, own); status != 0) return status;
-  const Bytes serial{tbs.serialNumber.data, tbs.serialNumber.length};
+  Bytes serial;
+  if (tbs.serialNumber.data != nullptr) {
+    serial = {tbs.serialNumber.data, tbs.serialNumber.length};
+  }
   return HasEntry(crl, serial, tbs.issuer, own) ? 1 : 0;
 }
 

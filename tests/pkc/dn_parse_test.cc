@@ -237,7 +237,7 @@ TEST(AttributeFromText, AddsToBothListsOrNeither) {
   EXPECT_EQ(CVD_GetAttrTypeAndValue("a=b", 3, nullptr, &values), 36032u);
   EXPECT_EQ(CVD_GetAttrTypeAndValue("a=b", 3, &types, nullptr), 36032u);
   EXPECT_EQ(CVD_GetAttrTypeAndValue(nullptr, 3, &types, &values), 36001u);
-  EXPECT_EQ(CVD_GetAttrTypeAndValue("a=b", -1, &types, &values), 36001u);
+  EXPECT_EQ(CVD_GetAttrTypeAndValue("a=b", -1, &types, &values), 36032u);
   EXPECT_EQ(types, head);
   CVD_BIN_LIST_Free(types);
   CVD_BIN_LIST_Free(values);
