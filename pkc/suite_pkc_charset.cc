@@ -111,6 +111,7 @@ uint32_t Convert(char* destination, int32_t size, const char* source, int32_t le
 // ---- directory strings ---------------------------------------------------------------------
 
 uint32_t DecodeUtf8String(char* text, int32_t* count, Bytes content) {
+  if (content.size() > INT32_MAX) return kRefused;
   char area[kValueSize];
   const uint32_t status =
       CVD_PKC_UTF8_Decode(area, kValueSize, reinterpret_cast<const char*>(content.data()),

@@ -46,6 +46,10 @@ bool FindCodeSet(std::string_view name, CodeSet* set) {
 
 // ---- iconv -----------------------------------------------------------------------------------
 
+// Set when the thread's descriptors are closed. What runs later (a destructor of a static object,
+// or of another object of the thread) still finds it: it has no destructor.
+constinit thread_local bool g_closed = false;
+
 // A thread's own descriptors, opened on first use, so that no lock is taken.
 class Converters {
  public:
@@ -58,6 +62,7 @@ class Converters {
         if (descriptor != nullptr) iconv_close(descriptor);
       }
     }
+    g_closed = true;
   }
 
   // Converts all of `in` into at most `room` bytes and adds their number to `*length`.
@@ -97,6 +102,12 @@ class Converters {
 };
 
 constinit thread_local Converters g_converters;
+
+uint32_t ConvertByIconv(CodeSet from, CodeSet to, std::string_view in, char* out, size_t room,
+                        size_t* length) {
+  if (g_closed) return Converters().Convert(from, to, in, out, room, length);
+  return g_converters.Convert(from, to, in, out, room, length);
+}
 
 // What iconv does in silence to some characters, although they are not in the target set: in the
 // Japanese sets it takes the yen sign (U+00A5) and the overline (U+203E) for "\" and "~", and it
@@ -191,7 +202,7 @@ uint32_t ConvertOther(CodeSet from, CodeSet to, std::string_view text, char* out
     *length += text.size();
     return 0;
   }
-  return g_converters.Convert(from, to, text, out, room, length);
+  return ConvertByIconv(from, to, text, out, room, length);
 }
 
 // Converts `text` into `out`, which has a byte for each of the ASCII bytes at the front, `growth`
@@ -227,7 +238,7 @@ uint32_t ConvertUnits(CodeSet to, std::span<const uint16_t> units, char* out, si
     if (IsLostIn(to, tag ? 0xE0000U : units[i])) return CVD_CODEC_ERR_UNMAPPABLE;
   }
   const std::string_view bytes(reinterpret_cast<const char*>(units.data()), units.size_bytes());
-  return g_converters.Convert(kUtf16, to, bytes, out + *length, 3 * units.size(), length);
+  return ConvertByIconv(kUtf16, to, bytes, out + *length, 3 * units.size(), length);
 }
 
 uint32_t DecodeBmp(std::span<const uint16_t> units, char* out) {

@@ -55,10 +55,17 @@ Bytes DigestInfo(int32_t hashID) {
 // The length of the shortest modulus that the block fits.
 size_t LeastLength(Bytes info) { return kLeastPadding + info.size() + info.back(); }
 
+// Set when what the thread had prepared is gone. What runs later (a destructor of a static object,
+// or of another object of the thread) still finds it: it has no destructor.
+constinit thread_local bool g_gone = false;
+
 // A modulus prepared for use; all of it is public.
 class PreparedModulus {
  public:
   constexpr PreparedModulus() = default;
+  PreparedModulus(const PreparedModulus&) = delete;
+  PreparedModulus& operator=(const PreparedModulus&) = delete;
+  ~PreparedModulus() { g_gone = true; }
 
   // False when memory is short.
   [[nodiscard]] bool Prepare(Bytes modulus);
@@ -128,6 +135,16 @@ bool PreparedModulus::Raise(Bytes signature, uint64_t exponent, uint8_t* block) 
   return BN_bn2binpad(power, block, static_cast<int>(length_)) >= 0;
 }
 
+constinit thread_local PreparedModulus g_prepared;
+
+bool Recover(Bytes modulus, Bytes signature, uint64_t exponent, uint8_t* block) {
+  if (!g_gone) {
+    return g_prepared.Prepare(modulus) && g_prepared.Recover(signature, exponent, block);
+  }
+  PreparedModulus once;
+  return once.Prepare(modulus) && once.Recover(signature, exponent, block);
+}
+
 uint64_t NumberOf(Bytes octets) {  // at most eight
   uint64_t number = 0;
   for (const uint8_t octet : octets) number = number << 8 | octet;
@@ -175,11 +192,8 @@ uint32_t VerifyRsa(const Verification& in) {
   DigestValue digest;
   if (const uint32_t status = Digest({in.data}, in.hashID, &digest); status != 0) return status;
 
-  thread_local PreparedModulus prepared;
   uint8_t recovered[kMostOctets];
-  if (!prepared.Prepare(modulus) || !prepared.Recover(in.signature, exponent, recovered)) {
-    return CVD_CSP_ERR_MALLOC;
-  }
+  if (!Recover(modulus, in.signature, exponent, recovered)) return CVD_CSP_ERR_MALLOC;
   uint8_t expected[kMostOctets];
   WriteBlock(info, digest.view(), {expected, length});
   return std::memcmp(recovered, expected, length) == 0 ? 0 : CVD_CSP_ERR_VERIFY;

@@ -46,5 +46,22 @@ TEST(Threads, FindTheSameInEveryFunctionAtOnce) {
   }
 }
 
+// What a thread keeps is gone when the destructors of its earlier objects run; functions work
+// there.
+TEST(Threads, FindTheSameWhileTheThreadEnds) {
+  static const Sample rich(RichInputs());
+  static const Found before = RunAll(rich, 0);
+  static bool same = false;
+  struct Last {
+    ~Last() { same = RunAll(rich, 0) == before && RunAll(rich, 0) == before; }
+  };
+  std::thread([] {
+    thread_local const Last last;
+    static_cast<void>(&last);
+    static_cast<void>(RunAll(rich, 0));
+  }).join();
+  EXPECT_TRUE(same);
+}
+
 }  // namespace
 }  // namespace corvid::test
