@@ -136,7 +136,9 @@ size_t WithoutQualifiers(Bytes value, uint8_t* out) {
 }
 
 [[nodiscard]] uint32_t DecodeValue(const BIN& der, Policies* policies) {
-  if (policies->record.Decode(der) == 0) return 0;
+  const uint32_t status = policies->record.Decode(der);
+  if (status == 0) return 0;
+  if (status == CVD_ASN_ERR_MALLOC) return PKC_ERR_BAD_POLICIES;  // nothing to repair
   uint8_t repaired[kLongestRepaired];
   const size_t length = WithoutQualifiers(View(der), repaired);
   if (length == 0 || policies->record.Decode(Borrow({repaired, length})) != 0) {

@@ -393,9 +393,9 @@ CVD_EXPORT uint32_t CVD_GetPolicy(void* context, const CVD_ExtensionNode* extens
                                   int32_t* count, char* policies, char* qualifiers);
 
 /* Encodes a certificatePolicies value with one policy (dotted identifier), at most one CPS pointer
- * (null for none; its length is not read) and one user notice (null for none; `noticeLength` bytes
- * in the "locale" set). The caller releases `der`. CVD_ASN_ERR_OID for a policy of another form, or
- * the code of the conversion or of the encoder. */
+ * (null for none; its length is not read) and one user notice (null for none; `noticeLength` bytes,
+ * or up to its NUL when that is 0, in the "locale" set). The caller releases `der`. CVD_ASN_ERR_OID
+ * for a policy of another form, or the code of the conversion or of the encoder. */
 CVD_EXPORT uint32_t CVD_PKC_CertPolicies_Encode(BIN* der, const char* policy, const char* cps,
                                                 uint32_t cpsLength, const char* notice,
                                                 uint32_t noticeLength);
@@ -408,7 +408,8 @@ CVD_EXPORT uint32_t CVD_PKC_SubKeyId_Compute(BIN* out, const BIN* key);
 CVD_EXPORT uint32_t CVD_PKC_SubKeyId_Decode(BIN* out, const BIN* der);
 /* The DER of a subjectKeyIdentifier value for a key. */
 CVD_EXPORT uint32_t CVD_PKC_SubKeyId_Encode(BIN* der, const BIN* key);
-/* The carried identifier in lower-case hexadecimal. */
+/* The carried identifier in lower-case hexadecimal, cut to whole octets. PKC_ERR_NO_EXTENSION, or
+ * PKC_ERR_INVALID_INPUT for a size of less than 3. */
 CVD_EXPORT uint32_t CVD_PKC_SubKeyId_ToString(char* text, int32_t size,
                                               const CVD_ExtensionNode* extensions);
 /* The keyIdentifier of an authorityKeyIdentifier value; `out` stays empty when it has none.
@@ -416,7 +417,8 @@ CVD_EXPORT uint32_t CVD_PKC_SubKeyId_ToString(char* text, int32_t size,
 CVD_EXPORT uint32_t CVD_PKC_AuthKeyId_Decode(BIN* out, const BIN* der);
 /* The DER of an authorityKeyIdentifier value for the issuer's key. */
 CVD_EXPORT uint32_t CVD_PKC_AuthKeyId_Encode(BIN* der, const BIN* issuerKey);
-/* The carried keyIdentifier in lower-case hexadecimal; `text` is left alone when it has none. */
+/* The carried keyIdentifier in lower-case hexadecimal; `text` is left alone when it has none. The
+ * codes of CVD_PKC_SubKeyId_ToString. */
 CVD_EXPORT uint32_t CVD_PKC_AuthKeyId_ToString(char* text, int32_t size,
                                                const CVD_ExtensionNode* extensions);
 /* The carried subject key identifier, else SHA-1 of the subjectPublicKey octets. */

@@ -115,5 +115,25 @@ TEST(FailingMemory, IsTriedWithEveryExportedFunction) {
   }
 }
 
+// Reading forgives an empty policyQualifiers at the end; memory that runs short is no such fault.
+TEST(FailingMemory, IsNotRepaired) {
+  const Octets value = Sequence({Sequence(
+      {Oid("1.2.3"), Sequence({Sequence({Oid("1.3.6.1.5.5.7.2.1"), Der(0x16, "http://c")}),
+                               Sequence({Oid("1.3.6.1.5.5.7.2.2"), Sequence({})})})})});
+  const Input input(value);
+  CVD_ExtensionNode node{};
+  node.extension.extnID = *CVD_ASN_GetOID(CVD_OID_CERTIFICATE_POLICIES);
+  node.extension.extnValue = *input.bin();
+  int32_t count = 0;
+  char texts[2][1024] = {};
+  for (const int failing : {0, -1}) {
+    g_allocator.Begin(failing, false);
+    const uint32_t status = CVD_GetPolicy(nullptr, &node, &count, texts[0], texts[1]);
+    g_allocator.End();
+    EXPECT_EQ(status, failing == 0 ? uint32_t{PKC_ERR_BAD_POLICIES} : 0u);
+  }
+  EXPECT_NE(std::string(texts[1]).find("http://c"), std::string::npos) << texts[1];
+}
+
 }  // namespace
 }  // namespace corvid::test
