@@ -43,6 +43,9 @@ std::string Shown(const Result& result) {
   return shown;
 }
 
+// More than is looked at to tell what an input is.
+const std::string kMuchText = std::string(100'000, 'x') + "\nMI\n" + std::string(70'000, '\n');
+
 struct Content {
   const char* name;
   std::string content;
@@ -68,6 +71,15 @@ const Content kContents[] = {
     {"BadBase64InABlock",
      "-----BEGIN CERTIFICATE-----\nA*A=\n-----END CERTIFICATE-----\n" + Pem(kTwo), "! 02",
      "certificate 1: line 1: 3007 "},
+    {"LongLineBetweenBlocks",
+     Pem(kOne) + std::string(200'000, 'x') + "-----BEGIN CERTIFICATE-----\n" + Pem(kTwo), "01 02",
+     ""},
+    {"LongBrokenLine", Base64(kOne) + "\n" + std::string(200'000, '*') + "\n" + Base64(kTwo),
+     "01 ! 02", "line 2: a line that is not base64\n"},
+    {"BlockAfterMuchText", kMuchText + Pem(kOne), "01", ""},
+    {"Base64AfterMuchText", kMuchText + Base64(kOne), "01", ""},
+    {"MuchText", kMuchText, "!", "is text without a certificate\n"},
+    {"MuchBinary", std::string(200'000, '\1'), "!", "certificate 1: octet 0: 1012 "},
     {"Empty", "", "!", "is empty\n"},
     {"Blank", "\n \n", "!", "is empty\n"},
     {"Text", "Hello, world\n", "!", "is text without a certificate\n"},

@@ -6,6 +6,7 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
@@ -527,6 +528,25 @@ TEST_F(VerifyCommand, EveryCertificateOfABundleIsAskedAbout) {
       RunCommand({"verify", bundle, "--trust", root_, "--at", "1781481600", "--json"});
   EXPECT_EQ(result.exit, 0) << result.out;
   EXPECT_EQ(json::parse(result.out)["certificates"].size(), 2u);
+}
+
+// Certificates of more than a thousand are not held, and are candidates for nobody's chain.
+TEST_F(VerifyCommand, AnyNumberOfCertificatesIsAskedAbout) {
+  WriteFiles();
+  std::string bundle;
+  const std::string pem = Pem(scenario_.links[kLeaf].der()) + Pem(scenario_.links[kCa].der());
+  for (int i = 0; i < 600; ++i) bundle += pem;
+  const std::string path = folder_.Write("bundle.pem", bundle);
+  std::vector<std::string> arguments{"verify", path,         "--trust",  root_,
+                                     "--at",   "1781481600", "--fields", "answer,failed"};
+  const Result without = RunCommand(arguments);
+  EXPECT_EQ(without.exit, 1);
+  EXPECT_EQ(without.out.substr(0, 17), "no\tissuer\nyes\t\nno");
+  EXPECT_NE(without.err.find("many certificates"), std::string::npos);
+  arguments.insert(arguments.end(), {"--issuer", ca_, "-j3"});
+  const Result with = RunCommand(arguments);
+  EXPECT_EQ(with.exit, 0);
+  EXPECT_EQ(std::count(with.out.begin(), with.out.end(), 'y'), 1200);
 }
 
 }  // namespace

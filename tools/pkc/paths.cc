@@ -73,6 +73,7 @@ bool Paths::NextGiven(std::string* path, Entry* problem) {
 
 // Lines are taken as they are, but for an empty one.
 bool Paths::ReadList(std::string* path, Entry* problem) {
+  errno = 0;
   if (list_ == nullptr) {
     list_.reset(options_.list == "-" ? fdopen(dup(STDIN_FILENO), "r")
                                      : std::fopen(options_.list.c_str(), "re"));
@@ -80,7 +81,6 @@ bool Paths::ReadList(std::string* path, Entry* problem) {
   char* line = nullptr;
   size_t size = 0;
   ssize_t length = -1;
-  errno = 0;
   if (list_ != nullptr) {
     const char separator = options_.null_separated ? '\0' : '\n';
     do {
