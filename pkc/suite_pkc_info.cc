@@ -30,12 +30,13 @@ constexpr corvid::Tracer kTrace{"suite_pkc"};
 
 // ---- basic fields --------------------------------------------------------------------------
 
-// Copies what fits of a text.
+// Copies what fits of a text and fills the field with NULs, so that nothing stays of the text
+// before.
 template <size_t kSize>
 void CopyText(char (&field)[kSize], const char* text) {
   const size_t length = strnlen(text, kSize - 1);
   std::memcpy(field, text, length);
-  field[length] = '\0';
+  std::memset(field + length, 0, kSize - length);
 }
 
 void SerialNumber(const Huge& serial, uint32_t* number, char (&hex)[41]) {
@@ -271,22 +272,29 @@ bool ChooseSource(const char* path, const uint8_t* der, uint32_t length, int32_t
   return true;
 }
 
-// Reads, hashes and decodes the certificate, and fills the record from it.
-uint32_t Extract(const Source& source, corvid::DecodedCertificate* certificate, PKCCertInfo* info) {
+// What is held while a record is filled; the octets outlive the certificate that is decoded from
+// them.
+struct Held {
   corvid::ScopedBin file;
-  if (source.path != nullptr) {
-    if (const uint32_t status = CVD_File_ReadBin(&file, source.path); status != 0) return status;
-  }
-  const BIN& der = source.path != nullptr ? file : source.octets;
-  if (der.length < 0) return PKC_ERR_INVALID_INPUT;  // a length that no BIN has
   corvid::ScopedBin digest;
-  if (const uint32_t status = CVD_CSP_Hash(&digest, &der, CVD_HASH_SHA1); status != 0) {
+  corvid::DecodedCertificate certificate;
+};
+
+// Reads, hashes and decodes the certificate, and fills the record from it.
+uint32_t Extract(const Source& source, Held* held, PKCCertInfo* info) {
+  if (source.path != nullptr) {
+    const uint32_t status = CVD_File_ReadBin(&held->file, source.path);
+    if (status != 0) return status;
+  }
+  const BIN& der = source.path != nullptr ? held->file : source.octets;
+  if (der.length < 0) return PKC_ERR_INVALID_INPUT;  // a length that no BIN has
+  if (const uint32_t status = CVD_CSP_Hash(&held->digest, &der, CVD_HASH_SHA1); status != 0) {
     return status;
   }
   uint32_t status =
-      corvid::WriteHex(info->thumbprint, sizeof info->thumbprint, corvid::View(digest));
-  if (status == 0) status = certificate->Decode(der);
-  return status != 0 ? status : AllFields(certificate->get(), info);
+      corvid::WriteHex(info->thumbprint, sizeof info->thumbprint, corvid::View(held->digest));
+  if (status == 0) status = held->certificate.Decode(der);
+  return status != 0 ? status : AllFields(held->certificate.get(), info);
 }
 
 // ---- the extended record -------------------------------------------------------------------
@@ -342,10 +350,10 @@ uint32_t KeyParameters(const CVD_SubjectPublicKeyInfo& key_info, PKCCertInfoEx* 
 }
 
 uint32_t ExtractEx(const Source& source, PKCCertInfoEx* info) {
-  corvid::DecodedCertificate certificate;
-  uint32_t status = Extract(source, &certificate, &info->info);
+  Held held;
+  uint32_t status = Extract(source, &held, &info->info);
   if (status != 0) return status;
-  const CVD_TBSCertificate& tbs = certificate->tbsCertificate;
+  const CVD_TBSCertificate& tbs = held.certificate->tbsCertificate;
   status = StringExtensions(tbs.extensions, info);
   if (status == 0) status = AuthoritySerial(tbs.extensions, info);
   return status != 0 ? status : KeyParameters(tbs.subjectPublicKeyInfo, info);
@@ -390,8 +398,8 @@ uint32_t CVD_ExtractCertInfo(void* /*context*/, const char* path, const uint8_t*
   std::memset(info, 0, sizeof *info);
   Source source;
   if (!ChooseSource(path, der, length, from_memory, &source)) return PKC_ERR_INVALID_INPUT;
-  corvid::DecodedCertificate certificate;
-  return kTrace("CVD_ExtractCertInfo", Extract(source, &certificate, info));
+  Held held;
+  return kTrace("CVD_ExtractCertInfo", Extract(source, &held, info));
 }
 
 uint32_t CVD_ExtractCertInfoEx(void* /*context*/, const char* path, const uint8_t* der,

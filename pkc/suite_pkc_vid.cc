@@ -80,7 +80,7 @@ constexpr size_t kLongestName = 0x0FFFFFFF;  // bytes whose conversion fits the 
                                               static_cast<int32_t>(name.size()));
   if (status != 0) return status;
   const std::string_view written = utf8;
-  if (written.size() == size - 1) utf8[WholeUtf8Length(written)] = '\0';
+  if (written.size() == size - 1 && written != name) utf8[WholeUtf8Length(written)] = '\0';
   return 0;
 }
 

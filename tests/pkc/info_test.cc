@@ -263,6 +263,11 @@ TEST(EntryPoints, FileAndBufferGiveTheSameRecord) {
   const Certificate certificate(der);
   PKCCertInfo from_record;
   EXPECT_EQ(CVD_DoExtractCertInfo(nullptr, certificate.get(), &from_record), 0u);
+  const auto used = std::make_unique<PKCCertInfo>();
+  std::memset(used.get(), 'A', sizeof *used);
+  EXPECT_EQ(CVD_ExtractCertInfoNoExt(nullptr, certificate.get(), used.get()), 0u);
+  EXPECT_EQ(std::memcmp(used->subjectDN, from_record.subjectDN, sizeof used->subjectDN), 0)
+      << "nothing stays of a field's text before";
   EXPECT_STREQ(from_record.thumbprint, "") << "a decoded certificate has no DER to hash";
   EXPECT_STREQ(from_record.subjectDN, from_file.subjectDN);
 }

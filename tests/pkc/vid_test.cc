@@ -105,6 +105,10 @@ TEST(Vid, NamesAreStoredAsWholeCharacters) {
     const std::string stored = ToHex(Der(0x0C, row.stored)) + "30";
     EXPECT_NE(ToHex(der.octets()).find(stored), std::string::npos) << stored;
   }
+  const Options utf8("ko_KR-UTF-8");
+  Output none;
+  EXPECT_EQ(CVD_PKC_SubAltName_Encode(&none, "\xEA", 1, 3, vid.bin()), 1020U);
+  TakeTrace();
 }
 
 std::string DecodingTrace(uint32_t status) {
