@@ -4,17 +4,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <memory>
-#include <new>
 #include <string>
-#include <string_view>
 
+#include "line_filter.h"
 #include "output.h"
-#include "presenter.h"
 #include "problem.h"
-#include "reporter.h"
 #include "run.h"
 #include "show_fields.h"
 #include "verb.h"
@@ -23,10 +19,6 @@ namespace corvid::tool {
 namespace {
 
 constexpr size_t kChunk = 1U << 16;
-constexpr size_t kLongestLine = 1U << 20;
-constexpr std::string_view kBlanks = " \t\r";
-// How columns of octets are written: by databases, and the same in a file with escapes.
-constexpr std::string_view kHexPrefixes[] = {"\\x", "\\\\x", "0x"};
 
 struct Options {
   bool json = false;
@@ -35,152 +27,47 @@ struct Options {
   bool strict = false;
 };
 
-// The digits of a line that is hexadecimal. DER of a certificate begins with the octet 30, which is
-// "30" in hexadecimal and "M" in base64, so that the first character decides.
-bool IsHex(std::string_view* line) {
-  for (const std::string_view prefix : kHexPrefixes) {
-    if (line->substr(0, prefix.size()) != prefix) continue;
-    line->remove_prefix(prefix.size());
-    return true;
-  }
-  return line->front() == '3';
-}
-
-// Without a branch or a table, so that the compiler does many digits at once.
-bool DecodeHex(std::string_view digits, std::string* octets) {
-  octets->resize(digits.size() / 2);
-  uint8_t bad = digits.size() % 2;
-  const auto value_of = [&bad](char c) {
-    const auto number = static_cast<uint8_t>(c - '0');
-    const auto letter = static_cast<uint8_t>((c | 0x20) - 'a');
-    bad = static_cast<uint8_t>(bad | ((number > 9) & (letter > 5)));
-    return static_cast<uint8_t>(number > 9 ? letter + 10 : number);
-  };
-  char* out = octets->data();
-  for (size_t i = 0; i < digits.size() / 2; ++i) {
-    const uint8_t high = value_of(digits[2 * i]);
-    out[i] = static_cast<char>(high << 4 | value_of(digits[2 * i + 1]));
-  }
-  return bad == 0;
-}
-
 class Filter {
  public:
   Filter(const Style& style, const Options& options)
-      : options_(options), presenter_(style), reporter_(options.dn_case == "upper") {
-    presenter_.SetOutcome(&outcome_);
-  }
+      : options_(options), lines_(style, options.dn_case == "upper") {}
 
   // Reads as much as there is, and answers it before it waits for more.
   int Run() {
+    bool failed = false;
     for (;;) {
-      const size_t size = text_.size();
-      text_.resize(size + kChunk);
-      const ssize_t count = read(STDIN_FILENO, text_.data() + size, kChunk);
-      text_.resize(size + static_cast<size_t>(std::max<ssize_t>(count, 0)));
+      std::string& text = lines_.text();
+      const size_t size = text.size();
+      text.resize(size + kChunk);
+      const ssize_t count = read(STDIN_FILENO, text.data() + size, kChunk);
+      text.resize(size + static_cast<size_t>(std::max<ssize_t>(count, 0)));
       if (count < 0 && errno == EINTR) continue;
-      if (count < 0) failed_ = true;
-      Lines();
-      if (count <= 0 && (!text_.empty() || overlong_)) Line(text_);
+      if (count < 0) failed = true;
+      lines_.Answer(count <= 0);
       if (!Write()) {
         TellOutputFailure(out_.error());
         return kExitSystem;
       }
       if (count <= 0) break;
     }
-    if (failed_ || outcome_.exit == kExitSystem) return kExitSystem;
-    return options_.strict ? outcome_.exit : kExitGood;
+    const int exit = lines_.outcome().exit;
+    if (failed || exit == kExitSystem) return kExitSystem;
+    return options_.strict ? exit : kExitGood;
   }
 
  private:
-  // Of a line that is too long only its end is waited for.
-  void Lines() {
-    size_t begin = 0;
-    for (size_t end; (end = text_.find('\n', std::max(begin, searched_))) != std::string::npos;) {
-      Line(std::string_view(text_).substr(begin, end - begin));
-      begin = searched_ = end + 1;
-    }
-    text_.erase(0, begin);
-    searched_ = text_.size();
-    if (searched_ <= kLongestLine) return;
-    overlong_ = true;
-    text_.clear();
-    searched_ = 0;
-  }
-
-  void Line(std::string_view line) {
-    const size_t before = outcome_.out.size();
-    ++number_;
-    try {
-      if (std::exchange(overlong_, false) || line.size() > kLongestLine) {
-        return Refuse("is longer than 1 MiB", 0);
-      }
-      Certificate(line);
-    } catch (const std::bad_alloc&) {
-      outcome_.out.resize(before);
-      Refuse(ReasonOf(PKC_ERR_MALLOC), PKC_ERR_MALLOC);
-    }
-  }
-
-  void Certificate(std::string_view line) {
-    const size_t first = std::min(line.find_first_not_of(kBlanks), line.size());
-    line = line.substr(first, line.find_last_not_of(kBlanks) + 1 - first);
-    if (line.empty()) return Refuse("is empty", 0);
-    if (IsHex(&line)) {
-      if (!DecodeHex(line, &octets_)) return Refuse("is not hexadecimal", 0);
-      return Show(std::string_view(octets_));
-    }
-    padded_ = line;
-    // Padding may be left out.
-    if (line.size() % 4 != 0 && line.find_first_of(kBlanks) == std::string_view::npos) {
-      padded_.append(4 - line.size() % 4, '=');
-    }
-    const pkc::Status status = line.find('\0') == std::string_view::npos
-                                   ? pkc::DecodeBase64(padded_.c_str(), &decoded_)
-                                   : pkc::Status(CVD_CODEC_ERR_BASE64);
-    if (!status.ok()) return Refuse(ReasonOf(status), status.code());
-    Show(decoded_.octets());
-  }
-
-  void Show(pkc::Octets der) {
-    if (reporter_.Read({"-", number_}, der)) {
-      return presenter_.Show("-", number_, reporter_.report(), reporter_.problems());
-    }
-    Problem problem = reporter_.problems().front();
-    problem.certificate = number_;
-    presenter_.Fail(problem);
-  }
-
-  void Refuse(std::string reason, uint32_t code) {
-    Problem problem;
-    problem.input = "-";
-    problem.certificate = number_;
-    problem.code = code;
-    problem.reason = std::move(reason);
-    presenter_.Fail(problem);
-  }
-
   // What the rows say is not said twice.
   bool Write() {
-    out_.Write(outcome_.out);
-    outcome_.out.clear();
-    outcome_.messages.clear();
+    Outcome& outcome = lines_.outcome();
+    out_.Write(outcome.out);
+    outcome.out.clear();
+    outcome.messages.clear();
     return out_.Flush();
   }
 
   const Options& options_;
-  Outcome outcome_;
-  Presenter presenter_;
-  Reporter reporter_;
+  LineFilter lines_;
   Output out_{STDOUT_FILENO};
-  std::string text_;
-  size_t searched_ = 0;    // octets of it that have no line's end
-  bool overlong_ = false;  // the line at hand, whose beginning is gone
-  bool failed_ = false;    // the input
-  uint64_t number_ = 0;
-  pkc::Bin decoded_;
-  std::string octets_;
-  std::string padded_;
 };
 
 int RunFilter(const Options& options) {
