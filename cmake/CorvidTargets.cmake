@@ -27,7 +27,9 @@ function(corvid_shared NAME OUTPUT)
   # Without -fno-plt each call between the libraries takes a detour: a twentieth of a record.
   target_compile_options(${target} PRIVATE
     -fno-exceptions -fno-rtti -fsemantic-interposition -fno-plt)
-  target_link_options(${target} PRIVATE LINKER:--version-script=${map} LINKER:--no-undefined)
+  # With clang the sanitizers' symbols are in the program.
+  target_link_options(${target} PRIVATE LINKER:--version-script=${map}
+    $<$<NOT:$<BOOL:${CORVID_FUZZ}>>:LINKER:--no-undefined>)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:corvid_build>)
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${OUTPUT}
