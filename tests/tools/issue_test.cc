@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -370,6 +371,34 @@ TEST_F(Issue, RequestsTellWhatTheyLeaveOut) {
   EXPECT_EQ(request["validity"]["notAfter"], "2049-12-31T23:59:59Z");
   Write("odd.json", result.out);
   EXPECT_EQ(RunUser("odd.json", "odd.out").exit, 0);
+}
+
+constexpr const char* kOfOtherPeople[] = {"selfSigned: leaves no place for --issuer",
+                                          "the certificate begins before its issuer",
+                                          "unknown pkeyID", "subject: "};
+
+// What comes of other people's certificates is a request, and refused for these reasons alone.
+TEST_F(Issue, TakesRequestsOfRealCertificates) {
+  const std::filesystem::path corpus = CORVID_CORPUS_DIR;
+  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "without the corpus";
+  std::vector<std::string> paths;
+  for (const char* folder : {"certs", "pkits/certs"}) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus / folder)) {
+      if (entry.is_regular_file()) paths.push_back(entry.path());
+    }
+  }
+  std::sort(paths.begin(), paths.end());
+  for (size_t i = 0; i < paths.size(); i += 48) {
+    const Result request = RunCommand({"show", "--as-request", paths[i]});
+    ASSERT_EQ(request.exit, 0) << paths[i] << ' ' << request.err;
+    Write("real.json", request.out);
+    const Result issued = RunCommand({"issue", Path("real.json"), "--issuer", Path("ca.der"),
+                                      "--key", Path("ca.key"), "--dry-run"});
+    const bool known = std::any_of(
+        std::begin(kOfOtherPeople), std::end(kOfOtherPeople),
+        [&](const char* reason) { return issued.err.find(reason) != std::string::npos; });
+    EXPECT_TRUE(issued.exit == 0 || known) << paths[i] << ' ' << issued.err;
+  }
 }
 
 }  // namespace

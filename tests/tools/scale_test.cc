@@ -2,11 +2,13 @@
 // or on interruptions, memory does not grow with the input, and `pkc filter` answers each line.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -205,6 +207,31 @@ TEST(ManyCertificates, ASignalLeavesWholeRowsAndSaysWhereToGoOn) {
   const std::string from = message.substr(place + 14, message.find('\n', place) - place - 14);
   EXPECT_EQ(out + RunCommand({"show", "--ndjson", "-", "--resume-from", from}, bundle).out,
             Joined(all, 0));
+}
+
+TEST(ManyCertificates, ATerminalSeesProgressAndASummary) {
+  int terminal = -1;
+  int other = -1;
+  char path[64];
+  ASSERT_EQ(openpty(&terminal, &other, path, nullptr, nullptr), 0);
+  Session session({"show", "--ndjson", "-"}, path);
+  session.Send(Bundle(30, false));
+  EXPECT_NE(session.ReadLine(), "");
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));  // it is shown five times a second
+  session.Send(Bundle(30, false));
+  session.CloseInput();
+  session.ReadRest();
+  EXPECT_EQ(session.Wait(), 0);
+  close(other);
+  std::string seen;
+  char octets[256];
+  for (ssize_t count; (count = read(terminal, octets, sizeof octets)) > 0;) {
+    seen.append(octets, static_cast<size_t>(count));
+  }
+  close(terminal);
+  EXPECT_EQ(seen.find("\r\x1b[K"), 0u) << seen;
+  EXPECT_LT(seen.find(" certificates/s, "), seen.rfind("\r\x1b[K")) << seen;
+  EXPECT_NE(seen.find("pkc: 60 certificates, 0 failures, 1 input, "), std::string::npos) << seen;
 }
 
 TEST(ManyCertificates, ListsOfPathsAreRead) {
