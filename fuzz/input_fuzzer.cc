@@ -56,19 +56,23 @@ std::vector<std::string> Read(std::string_view text, size_t part, bool change) {
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   constexpr size_t kFiller = 70000;  // octets: more than decide of which kind an input is
-  constexpr std::string_view kFillers[] = {"\n", "text\n", "-----BEGIN X-----\n"};
+  constexpr std::string_view kFillers[] = {"", "text", "-----BEGIN X-----"};
+  constexpr size_t kBlanks = 1000;  // behind each line of it, so that lines are few
   corvid::fuzz::Input input(data, size);
   const size_t part = 1 + input.Octet();
   const uint32_t filler = input.Below(32);
   std::string text;
   if (filler < std::size(kFillers)) {
-    while (text.size() < kFiller) text += kFillers[filler];
+    while (text.size() < kFiller) {
+      text.append(kFillers[filler]).append(kBlanks, ' ').append("\n");
+    }
   }
   const size_t start = text.size();
   text += input.Rest().text();
   const std::vector<std::string> whole = Read(text, text.size(), false);
   Require(!whole.empty() || text.empty(), "every input gives a piece");
-  const size_t parts = start > 0 ? 16384 + part : part;
+  constexpr size_t kMostParts = 64;  // each copies what is kept
+  const size_t parts = start > 0 ? 16384 + part : std::max(part, text.size() / kMostParts);
   Require(Read(text, parts, false) == whole, "parts give the same pieces");
   Require(Read(text, parts, true) == whole, "batches give the same pieces");
   return 0;
