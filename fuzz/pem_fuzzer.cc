@@ -25,6 +25,7 @@ std::string Wrap(const char* label, Octets der, size_t width, const char* line_e
 }
 
 void CheckWrapped(Octets der, size_t width, const char* line_end) {
+  if (der[0] != 0x30) return;  // what is PEM itself would be read as such
   const std::string pem = Wrap("CERTIFICATE", der, width, line_end);
   uint32_t of_der = 0;
   uint32_t of_pem = 0;
@@ -38,7 +39,7 @@ void CheckWrapped(Octets der, size_t width, const char* line_end) {
   corvid::pkc::RevocationList from_der;
   corvid::pkc::RevocationList from_pem;
   const uint32_t loaded = from_der.Load(der).code();
-  Require(der[0] != 0x30 || from_pem.Load(std::string_view(crl)).code() == loaded,
+  Require(from_pem.Load(std::string_view(crl)).code() == loaded,
           "a list loads from PEM as from its DER");
 }
 
