@@ -1,6 +1,6 @@
-// The JSON of a request, as `pkc issue` reads it. Input: text. Contract: what no JSON parser accepts
-// is refused; each refusal is a message in UTF-8 without line ends; a request that is accepted reads
-// as the same request when it is written out.
+// The JSON of a request, as `pkc issue` reads it. Input: text. Contract: what no JSON parser
+// accepts is refused; each refusal is a message in UTF-8 without line ends; a request that is
+// accepted reads as the same request when it is written out.
 #include <nlohmann/json.hpp>
 
 #include "fuzz/input.h"
@@ -17,9 +17,7 @@ using nlohmann::json;
 
 constexpr int64_t kNow = 1764547200;  // 2025-12-01 00:00:00 UTC
 
-std::string TimeOf(int64_t seconds) {
-  return std::string(corvid::tool::TimeText(seconds).view());
-}
+std::string TimeOf(int64_t seconds) { return std::string(corvid::tool::TimeText(seconds).view()); }
 
 std::string Encoded(uint32_t (*encode)(const std::string& octets, char** text),
                     const std::string& octets) {
