@@ -256,8 +256,8 @@ uint32_t CVD_PKC_SubAltName_Encode(BIN* der, const char* name, uint32_t nameLeng
 
 uint32_t CVD_PKC_IdentityData_Decode(char* name, uint32_t* size, int32_t* hashID, BIN* vid,
                                      const BIN* der) {
-  if (name == nullptr || size == nullptr || *size == 0 || hashID == nullptr || vid == nullptr ||
-      der == nullptr || der->data == nullptr) {
+  if (name == nullptr || size == nullptr || hashID == nullptr || vid == nullptr || der == nullptr ||
+      der->data == nullptr) {
     return PKC_ERR_INVALID_INPUT;
   }
   return corvid::kTrace("CVD_PKC_IdentityData_Decode",

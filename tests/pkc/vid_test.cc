@@ -134,6 +134,11 @@ TEST(Vid, IdentityDataVectors) {
     EXPECT_EQ(identity.vid.octets(), found ? Field(Vectors("compute").at(1), "vid") : Octets{});
     EXPECT_TRUE(status != 0 || identity.hash == (found ? 6 : -7)) << identity.hash;
     EXPECT_EQ(TakeTrace(), DecodingTrace(status));
+    identity.size = 0;
+    EXPECT_EQ(CVD_PKC_IdentityData_Decode(identity.name, &identity.size, &identity.hash,
+                                          &identity.vid, data.bin()),
+              36001u);
+    EXPECT_EQ(TakeTrace(), "CVD_PKC_IdentityData_Decode 36001\n");
   }
 }
 
