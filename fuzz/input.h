@@ -29,6 +29,13 @@ inline void Require(bool holds, const char* contract) {
 
 inline bool Same(pkc::Octets a, pkc::Octets b) { return a.text() == b.text(); }
 
+// How many octets of a UTF-8 character follow its first one.
+inline size_t FollowingOctets(uint32_t first) {
+  if (first < 0x80) return 0;
+  if (first < 0xE0) return 1;
+  return first < 0xF0 ? 2 : 3;
+}
+
 // RFC 3629 section 4.
 inline bool IsUtf8(std::string_view text) {
   for (size_t i = 0; i < text.size();) {
@@ -36,7 +43,7 @@ inline bool IsUtf8(std::string_view text) {
       return static_cast<uint8_t>(at < text.size() ? text[at] : 0);
     };
     const uint32_t first = octet(i);
-    const size_t more = first < 0x80 ? 0 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : 3;
+    const size_t more = FollowingOctets(first);
     uint32_t code = more == 0 ? first : first & (0x3FU >> more);
     for (size_t k = 1; k <= more; ++k) {
       if ((octet(i + k) & 0xC0) != 0x80) return false;

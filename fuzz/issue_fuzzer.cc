@@ -81,7 +81,8 @@ void CheckUri(const CVD_TBSCertificate& tbs, const char* uri, std::string_view l
   std::string text(16384, '\0');
   const uint32_t status = render(text.data(), static_cast<int32_t>(text.size()), tbs.extensions);
   Require((status == 0) == (uri != nullptr), "an address is there when it was asked for");
-  if (uri != nullptr) Require(text.c_str() == std::string(label) + uri, "as it was passed");
+  if (uri != nullptr)
+    Require(std::string_view(text.data()) == std::string(label) + uri, "as it was passed");
 }
 
 void CheckExtensions(const Request& request, const CVD_Certificate& certificate) {

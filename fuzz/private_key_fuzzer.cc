@@ -36,18 +36,18 @@ void CheckSignature(const PrivateKey& key, int32_t pkey_id, const BIN& public_ke
 
 }  // namespace
 
-int ASN1_INTEGER_get_int64(int64_t* number, const ASN1_INTEGER* integer) {
+int ASN1_INTEGER_get_int64(int64_t* pr, const ASN1_INTEGER* a) {
   static auto* const hidden = Hidden<int(int64_t*, const ASN1_INTEGER*)>("ASN1_INTEGER_get_int64");
-  const int done = hidden(number, integer);
-  if (done != 0 && *number > kMostWork) *number = INT64_MAX;
+  const int done = hidden(pr, a);
+  if (done != 0 && *pr > kMostWork) *pr = INT64_MAX;
   return done;
 }
 
-int ASN1_INTEGER_get_uint64(uint64_t* number, const ASN1_INTEGER* integer) {
+int ASN1_INTEGER_get_uint64(uint64_t* pr, const ASN1_INTEGER* a) {
   static auto* const hidden =
       Hidden<int(uint64_t*, const ASN1_INTEGER*)>("ASN1_INTEGER_get_uint64");
-  const int done = hidden(number, integer);
-  if (done != 0 && *number > uint64_t{kMostWork}) *number = UINT64_MAX;
+  const int done = hidden(pr, a);
+  if (done != 0 && *pr > uint64_t{kMostWork}) *pr = UINT64_MAX;
   return done;
 }
 

@@ -74,7 +74,7 @@ void CheckRenderers(const CVD_Certificate& certificate, size_t capacity) {
 void CheckTexts(const PKCCertInfoEx& record) {
   const PKCCertInfo& info = record.info;
 #define TEXT(text) \
-  Require(std::memchr(text, 0, sizeof text) != nullptr, "the texts of a record end")
+  Require(std::memchr(text, 0, sizeof(text)) != nullptr, "the texts of a record end")
   TEXT(info.serialHex);
   TEXT(info.signAlgorithm);
   TEXT(info.issuerDN);
@@ -157,7 +157,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   CVD_DoExtractCertInfo(nullptr, &*certificate, kDecodedRecord.get());
   std::memcpy(kDecodedRecord->thumbprint, info.thumbprint, sizeof info.thumbprint);
-  Require(std::memcmp(kDecodedRecord.get(), &info, sizeof info) == 0,
+  const auto octets_of = [](const PKCCertInfo& record) {
+    return Octets(reinterpret_cast<const uint8_t*>(&record), sizeof record);
+  };
+  Require(corvid::fuzz::Same(octets_of(*kDecodedRecord), octets_of(info)),
           "DER and decoded record say the same");
   CheckRenderers(*certificate, capacity);
   Query(der, *certificate);
