@@ -223,49 +223,40 @@ TEST(Issuing, KeysGetTheirUsageAndTheIssuersIdentifier) {
 }
 
 TEST(Issuing, EachMistakeHasItsCodeAndTrace) {
-  const BIN empty{0, nullptr};
-  const std::string long_name = "cn=" + std::string(65, 'x');
+  static const BIN kEmpty{0, nullptr};
+  static const std::string kLongName = "cn=" + std::string(65, 'x');
   const struct {
     const char* name;
-    void (*spoil)(Request*, const BIN&, const std::string&);
+    void (*spoil)(Request*);
     uint32_t status;
     std::string trace;
   } rows[] = {
-      {"NoSubject", [](Request* r, const BIN&, const std::string&) { r->subject = nullptr; }, 36001,
-       ""},
-      {"NoKeyOctets", [](Request* r, const BIN& e, const std::string&) { r->octets = &e; }, 36001,
-       ""},
-      {"NoIssuer", [](Request* r, const BIN&, const std::string&) { r->context.selfSigned = 0; },
-       36001, "G 36001\n"},
-      {"BadSubject", [](Request* r, const BIN&, const std::string&) { r->subject = "cn=a;b"; },
-       36032, "CVD_ImplementRDN 36032\nG 36032\n"},
-      {"LongSubject", [](Request* r, const BIN&, const std::string& n) { r->subject = n.c_str(); },
-       1021, "CVD_PKC_AsnRDN_Encode 1021\nCVD_ImplementRDN 1021\nG 1021\n"},
-      {"DhKey", [](Request* r, const BIN&, const std::string&) { r->algorithm = CVD_PKEY_DH; },
-       36011, "CVD_PKC_KeyUsage_Encode 36011\nG 36011\n"},
-      {"BadPolicy", [](Request* r, const BIN&, const std::string&) { r->options.policy = "1"; },
-       1017, "CVD_PKC_CertPolicies_Encode 1017\nG 1017\n"},
-      {"NameWithoutVid",
-       [](Request* r, const BIN&, const std::string&) { r->options.holderName = "a"; }, 36001,
-       "G 36001\n"},
-      {"UnknownSignature", [](Request* r, const BIN&, const std::string&) { r->sign = 7; }, 36012,
+      {"NoSubject", [](Request* r) { r->subject = nullptr; }, 36001, ""},
+      {"NoKeyOctets", [](Request* r) { r->octets = &kEmpty; }, 36001, ""},
+      {"NoIssuer", [](Request* r) { r->context.selfSigned = 0; }, 36001, "G 36001\n"},
+      {"BadSubject", [](Request* r) { r->subject = "cn=a;b"; }, 36032,
+       "CVD_ImplementRDN 36032\nG 36032\n"},
+      {"LongSubject", [](Request* r) { r->subject = kLongName.c_str(); }, 1021,
+       "CVD_PKC_AsnRDN_Encode 1021\nCVD_ImplementRDN 1021\nG 1021\n"},
+      {"DhKey", [](Request* r) { r->algorithm = CVD_PKEY_DH; }, 36011,
+       "CVD_PKC_KeyUsage_Encode 36011\nG 36011\n"},
+      {"BadPolicy", [](Request* r) { r->options.policy = "1"; }, 1017,
+       "CVD_PKC_CertPolicies_Encode 1017\nG 1017\n"},
+      {"NameWithoutVid", [](Request* r) { r->options.holderName = "a"; }, 36001, "G 36001\n"},
+      {"UnknownSignature", [](Request* r) { r->sign = 7; }, 36012,
        "CVD_PKC_Cert_Encode 36012\nG 36012\n"},
-      {"NoParameters",
-       [](Request* r, const BIN&, const std::string&) { r->algorithm = CVD_PKEY_DSA; }, 36001,
+      {"NoParameters", [](Request* r) { r->algorithm = CVD_PKEY_DSA; }, 36001,
        "CVD_PKC_Cert_Encode 36001\nG 36001\n"},
-      {"KcdsaSigner",
-       [](Request* r, const BIN&, const std::string&) { r->context.signerAlgorithm = 11; }, 36011,
+      {"KcdsaSigner", [](Request* r) { r->context.signerAlgorithm = 11; }, 36011,
        "CVD_PKC_Cert_Encode 36011\nG 36011\n"},
-      {"NoSigningKey",
-       [](Request* r, const BIN&, const std::string&) { r->context.signingKey = nullptr; }, 36001,
+      {"NoSigningKey", [](Request* r) { r->context.signingKey = nullptr; }, 36001,
        "CVD_PKC_Cert_Encode 36001\nG 36001\n"},
-      {"KeyOfAnotherKind",
-       [](Request* r, const BIN&, const std::string&) { r->sign = CVD_SIGN_SHA1_DSA; }, 6020,
+      {"KeyOfAnotherKind", [](Request* r) { r->sign = CVD_SIGN_SHA1_DSA; }, 6020,
        "CVD_PKC_Cert_Encode 6020\nG 6020\n"},
   };
   for (const auto& row : rows) {
     Request request;
-    row.spoil(&request, empty, long_name);
+    row.spoil(&request);
     CVD_Trace_Clear();
     Output der;
     EXPECT_EQ(request.Issue(&der), row.status) << row.name;
