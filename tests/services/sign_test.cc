@@ -277,7 +277,6 @@ TEST(PrivateKey, RefusesWhatItCannotTakeAndSaysWhy) {
   EXPECT_EQ(Sign(null, CVD_SIGN_SHA1_RSA), uint32_t{CVD_CSP_ERR_INVALID_INPUT});
 }
 
-// Each number of a key, one after the other, is no longer the one that fits.
 // Memory is there, and whatever is wrong with a key, the answer is not that it is short.
 TEST(PrivateKey, SaysWhatIsWrongWithEncryption) {
   for (const char* name : {"pbes1.der", "pbes2.der", "aria.der"}) {
@@ -291,6 +290,7 @@ TEST(PrivateKey, SaysWhatIsWrongWithEncryption) {
   }
 }
 
+// Each number of a key, one after the other, is no longer the one that fits.
 TEST(PrivateKey, RefusesNumbersThatDoNotFitTogether) {
   for (const char* name : {"rsa1.der", "dsa1.der"}) {
     const Octets key = Read(name);
