@@ -36,9 +36,14 @@ Octets CertificateWithRdns(size_t count);
 Octets CertificateWithNames(size_t count);
 Octets CertificateWithExtensions(size_t count);
 
+// Ends the program: no certificate, no figure.
+void Check(bool done);
+
 // Add to a certificate of OpenSSL's from texts.
 void AddAttribute(X509_NAME* name, const char* type, const std::string& value);
 void AddExtension(X509* certificate, const char* name, const char* value);
+// The issuer of all that is made here.
+void AddIssuer(X509* certificate);
 
 // Heap blocks asked for since the program began, by anybody.
 size_t Allocations();

@@ -5,7 +5,6 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
-#include <cstdlib>
 #include <memory>
 
 #include "bench/bench.h"
@@ -18,10 +17,6 @@ namespace {
 constexpr int64_t kNotBefore = 1767225600;  // 2026-01-01 00:00:00 UTC
 constexpr int64_t kNotAfter = 1798761600;   // 2027-01-01 00:00:00 UTC
 
-void Check(bool done) {
-  if (!done) std::abort();
-}
-
 // What the texts of both sides say.
 void FillFromTexts(X509* certificate, EVP_PKEY* key) {
   Check(X509_set_version(certificate, 2) == 1 &&
@@ -29,10 +24,7 @@ void FillFromTexts(X509* certificate, EVP_PKEY* key) {
         ASN1_TIME_set(X509_getm_notBefore(certificate), kNotBefore) != nullptr &&
         ASN1_TIME_set(X509_getm_notAfter(certificate), kNotAfter) != nullptr &&
         X509_set_pubkey(certificate, key) == 1);
-  X509_NAME* const issuer = X509_get_issuer_name(certificate);
-  AddAttribute(issuer, "C", "US");
-  AddAttribute(issuer, "O", "Example Trust Services");
-  AddAttribute(issuer, "CN", "Example TLS Issuing CA 2026");
+  AddIssuer(certificate);
   X509_NAME* const subject = X509_get_subject_name(certificate);
   AddAttribute(subject, "C", "KR");
   AddAttribute(subject, "O", "Example Corporation");

@@ -5,7 +5,6 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
-#include <cstdlib>
 #include <memory>
 
 #include "bench/bench.h"
@@ -15,10 +14,6 @@
 
 namespace corvid::bench {
 namespace {
-
-void Check(bool done) {
-  if (!done) std::abort();
-}
 
 CVD_Certificate* Decode(const Octets& der) {
   const BIN in = View(der);
