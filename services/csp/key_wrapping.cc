@@ -129,11 +129,6 @@ uint32_t CheckPkcs12(Bytes in) {
   return count <= kMostIterations ? 0 : CVD_CSP_ERR_UNSUPPORTED_KEY;
 }
 
-bool IsNullOrAbsent(Bytes parameters) {
-  constexpr uint8_t kNull[] = {kTagNull, 0};
-  return parameters.empty() || std::ranges::equal(parameters, kNull);
-}
-
 // PBKDF2-params ::= SEQUENCE { salt, iterationCount, keyLength OPTIONAL, prf DEFAULT }
 // (RFC 8018 A.2)
 uint32_t CheckPbkdf2(Bytes in, uint64_t key_length) {

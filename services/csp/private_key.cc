@@ -65,7 +65,6 @@ uint32_t LoadDsaParts(Bytes octets, Bytes parameters, CVD_PrivateKey* key) {
 // OneAsymmetricKey ::= SEQUENCE { version, privateKeyAlgorithm, privateKey OCTET STRING, ... }
 // (RFC 5958 section 2)
 uint32_t LoadPkcs8(Bytes content, const char* /*passphrase*/, CVD_PrivateKey* key) {
-  constexpr uint8_t kNull[] = {0x05, 0x00};
   Bytes parameters;
   Bytes oid;
   Bytes octets;
@@ -76,8 +75,7 @@ uint32_t LoadPkcs8(Bytes content, const char* /*passphrase*/, CVD_PrivateKey* ke
   }
   if (IsOid<CVD_OID_DSA>(oid)) return LoadDsaParts(octets, parameters, key);
   if (!IsOid<CVD_OID_RSA_ENCRYPTION>(oid)) return CVD_CSP_ERR_UNSUPPORTED_KEY;
-  const bool plain = parameters.empty() || std::ranges::equal(parameters, kNull);
-  if (!plain || !TakeWhole(octets, &content)) return CVD_CSP_ERR_BAD_KEY;
+  if (!IsNullOrAbsent(parameters) || !TakeWhole(octets, &content)) return CVD_CSP_ERR_BAD_KEY;
   return LoadRsa(content, nullptr, key);
 }
 
@@ -189,6 +187,11 @@ uint32_t FailureOr(uint32_t status) {
     i = (i + ERR_NUM_ERRORS - 1) % ERR_NUM_ERRORS;
   }
   return told;
+}
+
+bool IsNullOrAbsent(Bytes parameters) {
+  constexpr uint8_t kNull[] = {kTagNull, 0};
+  return parameters.empty() || std::ranges::equal(parameters, kNull);
 }
 
 bool TakeWhole(Bytes der, Bytes* content) {

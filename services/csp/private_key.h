@@ -48,6 +48,9 @@ template <typename Object>
 // The content octets of an EncryptedPrivateKeyInfo.
 [[nodiscard]] uint32_t LoadEncrypted(Bytes content, const char* passphrase, CVD_PrivateKey* key);
 
+// The parameters of an algorithm that has none.
+[[nodiscard]] bool IsNullOrAbsent(Bytes parameters);
+
 // Takes the one SEQUENCE that is all of `der`.
 [[nodiscard]] bool TakeWhole(Bytes der, Bytes* content);
 
