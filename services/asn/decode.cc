@@ -21,6 +21,19 @@ namespace {
 
 #define CORVID_INLINE [[gnu::always_inline]] inline
 
+// Clears a record or node of a size that is known, with stores: the compiler's own choice for some
+// sizes is a string instruction, which takes a quarter of a certificate's decoding to get going.
+template <size_t kSize>
+CORVID_INLINE void Clear(uint8_t* memory) {
+  using Lanes = uint8_t __attribute__((vector_size(16)));
+  constexpr Lanes kZero{};
+  [&]<size_t... kChunk>(std::index_sequence<kChunk...>) {
+    (std::memcpy(memory + kChunk * sizeof kZero, &kZero, sizeof kZero), ...);
+  }
+  (std::make_index_sequence<kSize / sizeof kZero>{});
+  std::memset(memory + kSize / sizeof kZero * sizeof kZero, 0, kSize % sizeof kZero);
+}
+
 // One reading of the octets: hands out nodes while there is room, and counts what they need.
 class Reading {
  public:
@@ -28,11 +41,12 @@ class Reading {
       : input_(input), nodes_(nodes), room_(room), copy_(copy) {}
 
   // A node of zeros, so that every octet of a record is defined, padding included.
-  CORVID_INLINE uint8_t* Take(size_t size) {
+  template <size_t kSize>
+  CORVID_INLINE uint8_t* Take() {
     const size_t at = taken_;
-    taken_ += (size + 7) & ~size_t{7};
+    taken_ += (kSize + 7) & ~size_t{7};
     uint8_t* node = taken_ <= room_ ? nodes_ + at : spare_;
-    std::memset(node, 0, size);
+    Clear<kSize>(node);
     return node;
   }
   bool complete() const { return taken_ <= room_; }
@@ -233,7 +247,7 @@ template <const Schema* kSchema>
 [[gnu::noinline]] uint32_t ReadElements(Reading& reading, Cursor in, uint8_t* link) {
   if (kSchema->some && in.empty()) return reading.failure().Begin(CVD_ASN_ERR_EMPTY, in.at);
   for (uint32_t index = 0; !in.empty(); ++index) {
-    uint8_t* node = reading.Take(kSchema->size);
+    uint8_t* node = reading.Take<kSchema->size>();
     if (const uint32_t status = ReadRow<kSchema, 0>(reading, &in, node); status != 0) [[unlikely]] {
       return reading.failure().AddIndex(status, index);
     }
@@ -395,7 +409,7 @@ uint32_t ReadInto(const BIN& der, size_t* room, uint8_t** block) {
   const auto length = static_cast<size_t>(der.length);
   auto* memory = static_cast<uint8_t*>(CVD_malloc(kRecordSize + *room + length + 1));
   if (memory == nullptr) return CVD_ASN_ERR_MALLOC;
-  std::memset(memory, 0, kRecordSize);
+  Clear<kRecordSize>(memory);
   uint8_t* copy = memory + kRecordSize + *room;
   if (length != 0) std::memcpy(copy, der.data, length);
   Reading reading(der.data, memory + kRecordSize, *room, copy);

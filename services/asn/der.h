@@ -44,6 +44,28 @@ inline bool HasOctet80(uint64_t word) {
   return ((zero - 0x0101010101010101U) & ~zero & 0x8080808080808080U) != 0;
 }
 
+// True when one of the octets, at least one, is 80. The words may overlap.
+inline bool HoldsOctet80(const uint8_t* octets, size_t length) {
+  if (length < 4) {
+    return octets[0] == 0x80 || octets[length / 2] == 0x80 || octets[length - 1] == 0x80;
+  }
+  uint64_t word = 0;
+  if (length < 8) {
+    uint32_t head = 0;
+    uint32_t tail = 0;
+    std::memcpy(&head, octets, 4);
+    std::memcpy(&tail, octets + length - 4, 4);
+    return HasOctet80(head | uint64_t{tail} << 32);
+  }
+  bool holds = false;
+  for (size_t i = 0; i + 8 < length; i += 8) {
+    std::memcpy(&word, octets + i, 8);
+    holds |= HasOctet80(word);
+  }
+  std::memcpy(&word, octets + length - 8, 8);
+  return holds || HasOctet80(word);
+}
+
 // True when a subidentifier begins with 80, that is, is longer than it need be (section 8.19.2).
 bool HasPaddedSubidentifier(const uint8_t* octets, size_t length);
 
@@ -52,19 +74,7 @@ bool HasPaddedSubidentifier(const uint8_t* octets, size_t length);
 [[nodiscard]] inline uint32_t CheckOid(const uint8_t* octets, size_t length) {
   if (length == 0 || (octets[length - 1] & 0x80) != 0) return CVD_ASN_ERR_OID;
   if (length > kShortLimit) return CVD_ASN_ERR_RANGE;
-  bool suspicious = false;
-  if (length < 8) {
-    for (size_t i = 0; i < length; ++i) suspicious |= octets[i] == 0x80;
-  } else {
-    uint64_t word = 0;
-    for (size_t i = 0; i + 8 < length; i += 8) {
-      std::memcpy(&word, octets + i, 8);
-      suspicious |= HasOctet80(word);
-    }
-    std::memcpy(&word, octets + length - 8, 8);
-    suspicious |= HasOctet80(word);
-  }
-  if (!suspicious) return 0;
+  if (!HoldsOctet80(octets, length)) return 0;
   return HasPaddedSubidentifier(octets, length) ? static_cast<uint32_t>(CVD_ASN_ERR_OID) : 0;
 }
 
