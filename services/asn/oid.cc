@@ -28,10 +28,6 @@ __extension__ using Number = unsigned __int128;  // a subidentifier that has a t
 
 // Writes a number in decimal; the usual widths are not divided as 128 bits.
 size_t PutNumber(Number number, char* out) {
-  if (number < 10) {
-    *out = static_cast<char>('0' + static_cast<int>(number));
-    return 1;
-  }
   char digits[40];
   char* const end = digits + sizeof digits;
   char* at = end;
