@@ -89,7 +89,7 @@ void FillServer(X509* certificate) {
   AddAttribute(subject, "CN", "www.example.com");
   static constexpr const char* kExtensions[][2] = {
       {"subjectKeyIdentifier", "hash"},
-      {"authorityKeyIdentifier", "keyid"},
+      {"2.5.29.35", "DER:301680140102030405060708090A0B0C0D0E0F1011121314"},
       {"subjectAltName", "DNS:www.example.com,DNS:example.com,DNS:static.example.com"},
       {"certificatePolicies", "2.23.140.1.2.2,1.3.6.1.4.1.99999.1.1"},
       {"keyUsage", "critical,digitalSignature,keyEncipherment"},

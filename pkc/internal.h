@@ -142,7 +142,9 @@ class Text {
     return {out, capacity, strnlen(out, static_cast<size_t>(capacity) - 1)};
   }
 
-  void Add(std::string_view s) {
+  // Not inline: where the compiler knows a bound it copies by a string instruction, which is slow
+  // to get going.
+  [[gnu::noinline]] void Add(std::string_view s) {
     const size_t fit = std::min(s.size(), size_ - 1 - length_);
     std::memcpy(out_ + length_, s.data(), fit);
     length_ += fit;
@@ -212,6 +214,53 @@ const char* HashName(int32_t hashID);
 // suite_pkc_string: gives the text area `capacity` bytes. PKC_ERR_MALLOC, with the buffer as it
 // was, when memory is short or the capacity does not fit its field.
 [[nodiscard]] uint32_t ResizeStrBuf(StrBuf* buffer, uint64_t capacity);
+
+// suite_pkc_dn: the text of a name while it grows, in memory of the caller's or in a block. Room is
+// asked for once an attribute; what is written into it does not look at the room any more.
+class NameText {
+ public:
+  NameText() = default;
+  explicit NameText(std::span<char> near) : near_(near.data()) {
+    buffer_.text = near_;
+    buffer_.capacity = static_cast<uint32_t>(near.size());
+  }
+  NameText(const NameText&) = delete;
+  NameText& operator=(const NameText&) = delete;
+  ~NameText() {
+    if (buffer_.text != near_) CVD_PKC_StrBuf_Free(&buffer_);
+  }
+  // Begins with a block.
+  [[nodiscard]] uint32_t Init() { return CVD_PKC_StrBuf_Init(&buffer_, kStep, kStep); }
+
+  // Makes room for `octets` and the terminator. A text that outgrows its area doubles it, so that
+  // names of any length are built in linear time.
+  [[nodiscard]] bool Reserve(size_t octets);
+  char* end() { return buffer_.text + buffer_.length; }
+  void EndAt(const char* end) { buffer_.length = static_cast<uint32_t>(end - buffer_.text); }
+
+  uint32_t length() const { return buffer_.length; }
+  void ReplaceLast(char c) { buffer_.text[buffer_.length - 1] = c; }
+  // Ends the text without its last separator.
+  const char* End() {
+    if (buffer_.length > 0) --buffer_.length;
+    buffer_.text[buffer_.length] = '\0';
+    return buffer_.text;
+  }
+  // The same; hands the block over.
+  char* Release() {
+    End();
+    char* text = buffer_.text;
+    buffer_.text = nullptr;
+    return text;
+  }
+
+ private:
+  static constexpr uint32_t kStep = 1024;
+  char* near_ = nullptr;
+  StrBuf buffer_{};
+};
+// suite_pkc_dn: CVD_ExtractRDN into a text.
+uint32_t RenderName(const CVD_Name& name, NameText* out);
 
 // suite_pkc_check: PEM text is told by its first ten bytes.
 bool IsPem(const BIN& certificate);

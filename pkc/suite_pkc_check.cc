@@ -161,13 +161,13 @@ uint32_t CheckFlags(void* context, const CVD_CRL* crl, const CVD_Certificate& ce
 }
 
 uint32_t CheckKeyUsage(const CVD_Extension& extension, uint16_t mask) {
-  Decoded<CVD_KeyUsage, CVD_PDU_KEY_USAGE> usage;
+  NearDecoded<CVD_KeyUsage, CVD_PDU_KEY_USAGE> usage;
   if (const uint32_t status = usage.Decode(extension.extnValue); status != 0) return status;
   return (usage->usage & mask) != 0 ? 0 : kRefused;
 }
 
 uint32_t CheckExtKeyUsage(const CVD_Extension& extension, const CVD_OID& purpose) {
-  Decoded<CVD_ExtKeyUsageSyntax, CVD_PDU_EXT_KEY_USAGE> usage;
+  NearDecoded<CVD_ExtKeyUsageSyntax, CVD_PDU_EXT_KEY_USAGE> usage;
   if (const uint32_t status = usage.Decode(extension.extnValue); status != 0) return status;
   for (const CVD_KeyPurposeNode* node = usage->first; node != nullptr; node = node->next) {
     if (CVD_ASN_CmpOID(&node->keyPurposeId, &purpose) == 0) return 0;
@@ -293,7 +293,7 @@ int32_t CVD_CheckCaOrNot(void* /*context*/, const CVD_Certificate* certificate) 
   const CVD_Extension* extension =
       corvid::FindExtension<CVD_OID_BASIC_CONSTRAINTS>(certificate->tbsCertificate.extensions);
   if (extension == nullptr) return 0;
-  corvid::Decoded<CVD_BasicConstraints, CVD_PDU_BASIC_CONSTRAINTS> constraints;
+  corvid::NearDecoded<CVD_BasicConstraints, CVD_PDU_BASIC_CONSTRAINTS> constraints;
   if (constraints.Decode(extension->extnValue) != 0) return -1;
   return (constraints->present & 0x80) != 0 && constraints->cA == 1 ? 1 : 0;
 }

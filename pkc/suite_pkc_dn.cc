@@ -6,50 +6,26 @@
 #include "pkc/internal.h"
 
 namespace corvid {
+
+bool NameText::Reserve(size_t octets) {
+  const uint64_t needed = uint64_t{buffer_.length} + octets + 1;
+  if (needed <= buffer_.capacity) return true;
+  const uint64_t doubled = 2 * uint64_t{buffer_.capacity};
+  const uint64_t capacity = std::max((needed / kStep + 1) * kStep, doubled);
+  if (buffer_.text != near_) return ResizeStrBuf(&buffer_, capacity) == 0;
+  StrBuf grown{};
+  if (ResizeStrBuf(&grown, capacity) != 0) return false;
+  std::memcpy(grown.text, buffer_.text, buffer_.length);
+  grown.length = buffer_.length;
+  buffer_ = grown;
+  return true;
+}
+
 namespace {
 
 constexpr Tracer kTrace{"suite_pkc_dn"};
 
 // ---- building a name -----------------------------------------------------------------------
-
-// The text of a name while it grows. Room is asked for once an attribute; what is written into it
-// does not look at the room any more.
-class NameText {
- public:
-  NameText() = default;
-  NameText(const NameText&) = delete;
-  NameText& operator=(const NameText&) = delete;
-  ~NameText() {
-    if (buffer_.text != nullptr) CVD_PKC_StrBuf_Free(&buffer_);
-  }
-  [[nodiscard]] uint32_t Init() { return CVD_PKC_StrBuf_Init(&buffer_, kStep, kStep); }
-
-  // Makes room for `octets` and the terminator. A text that outgrows its area doubles it, so that
-  // names of any length are built in linear time.
-  [[nodiscard]] bool Reserve(size_t octets) {
-    const uint64_t needed = uint64_t{buffer_.length} + octets + 1;
-    if (needed <= buffer_.capacity) return true;
-    const uint64_t doubled = 2 * uint64_t{buffer_.capacity};
-    return ResizeStrBuf(&buffer_, std::max((needed / kStep + 1) * kStep, doubled)) == 0;
-  }
-  char* end() { return buffer_.text + buffer_.length; }
-  void EndAt(const char* end) { buffer_.length = static_cast<uint32_t>(end - buffer_.text); }
-
-  uint32_t length() const { return buffer_.length; }
-  void ReplaceLast(char c) { buffer_.text[buffer_.length - 1] = c; }
-  // Ends the text without its last separator and hands it over.
-  char* Release() {
-    if (buffer_.length > 0) --buffer_.length;
-    buffer_.text[buffer_.length] = '\0';
-    char* text = buffer_.text;
-    buffer_.text = nullptr;
-    return text;
-  }
-
- private:
-  static constexpr uint32_t kStep = 1024;
-  StrBuf buffer_{};
-};
 
 // "cn=", copied as a whole and advanced by its length.
 struct Label {
@@ -356,15 +332,16 @@ uint32_t AppendRdns(NameText* out, const CVD_RDNSequenceNode* first, bool upper)
   return 0;
 }
 
-uint32_t RenderName(const CVD_Name& name, char** text) {
-  NameText out;
-  if (uint32_t status = out.Init(); status != 0) return status;
+uint32_t AppendName(NameText* out, const CVD_Name& name) {
   const char* dncase = CVD_PKC_GetOption("dncase");
   if (name.choice != CVD_NAME_RDN_SEQUENCE) return PKC_ERR_BAD_RDN;
-  if (uint32_t status = AppendRdns(&out, name.rdnSequence, dncase != nullptr && *dncase == 'u');
-      status != 0) {
-    return status;
-  }
+  return AppendRdns(out, name.rdnSequence, dncase != nullptr && *dncase == 'u');
+}
+
+uint32_t NewName(const CVD_Name& name, char** text) {
+  NameText out;
+  if (uint32_t status = out.Init(); status != 0) return status;
+  if (uint32_t status = AppendName(&out, name); status != 0) return status;
   *text = out.Release();
   return 0;
 }
@@ -376,11 +353,16 @@ uint32_t RenderSubject(const BIN& der, char** text) {
 }
 
 }  // namespace
+
+uint32_t RenderName(const CVD_Name& name, NameText* out) {
+  return kTrace("CVD_ExtractRDN", AppendName(out, name));
+}
+
 }  // namespace corvid
 
 uint32_t CVD_ExtractRDN(void* /*reserved*/, const CVD_Name* name, char** text) {
   if (name == nullptr || text == nullptr) return PKC_ERR_INVALID_INPUT;
-  return corvid::kTrace("CVD_ExtractRDN", corvid::RenderName(*name, text));
+  return corvid::kTrace("CVD_ExtractRDN", corvid::NewName(*name, text));
 }
 
 uint32_t CVD_GetRDNFromCert(void* /*reserved*/, const CVD_Certificate* certificate, char** text) {

@@ -44,7 +44,7 @@ uint32_t RenderCertType(char* out, int32_t capacity, uint32_t* flags,
                         const CVD_ExtensionNode* extensions) {
   const CVD_Extension* extension = FindExtension<CVD_OID_NETSCAPE_CERT_TYPE>(extensions);
   if (extension == nullptr) return PKC_ERR_NO_EXTENSION;
-  Decoded<CVD_NetscapeCertType, CVD_PDU_NETSCAPE_CERT_TYPE> value;
+  NearDecoded<CVD_NetscapeCertType, CVD_PDU_NETSCAPE_CERT_TYPE> value;
   if (value.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_EXTENSION;
   Text text(out, capacity);
   WriteFlagNames(&text, kCertTypeNames, static_cast<uint32_t>(value->type) << 8);
@@ -132,7 +132,7 @@ uint32_t RenderExtKeyUsage(char* out, int32_t capacity, uint32_t* flags,
                            const CVD_ExtensionNode* extensions) {
   const CVD_Extension* extension = FindExtension<CVD_OID_EXT_KEY_USAGE>(extensions);
   if (extension == nullptr) return PKC_ERR_NO_EXTENSION;
-  Decoded<CVD_ExtKeyUsageSyntax, CVD_PDU_EXT_KEY_USAGE> value;
+  NearDecoded<CVD_ExtKeyUsageSyntax, CVD_PDU_EXT_KEY_USAGE> value;
   if (value.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_EXTENSION;
   Text text(out, capacity);
   uint32_t named = 0;
@@ -150,7 +150,7 @@ uint32_t RenderExtKeyUsage(char* out, int32_t capacity, uint32_t* flags,
 uint32_t RenderBasicConstraints(char* out, int32_t capacity, const CVD_ExtensionNode* extensions) {
   const CVD_Extension* extension = FindExtension<CVD_OID_BASIC_CONSTRAINTS>(extensions);
   if (extension == nullptr) return PKC_ERR_NO_EXTENSION;
-  Decoded<CVD_BasicConstraints, CVD_PDU_BASIC_CONSTRAINTS> value;
+  NearDecoded<CVD_BasicConstraints, CVD_PDU_BASIC_CONSTRAINTS> value;
   if (value.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_EXTENSION;
   Text text(out, capacity);
   const bool ca = (value->present & 0x80) != 0 && value->cA == 1;
@@ -254,7 +254,7 @@ uint32_t AddAccessDescription(Text* text, const CVD_AccessDescriptionNode& node)
 uint32_t RenderAuthInfoAccess(char* out, int32_t capacity, const CVD_ExtensionNode* extensions) {
   const CVD_Extension* extension = FindExtension<CVD_OID_AUTHORITY_INFO_ACCESS>(extensions);
   if (extension == nullptr) return PKC_ERR_NO_EXTENSION;
-  Decoded<CVD_AuthorityInfoAccessSyntax, CVD_PDU_AUTHORITY_INFO_ACCESS> value;
+  NearDecoded<CVD_AuthorityInfoAccessSyntax, CVD_PDU_AUTHORITY_INFO_ACCESS> value;
   if (value.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_EXTENSION;
   Text text(out, capacity);
   const CVD_AccessDescriptionNode* node = value->first;
@@ -312,7 +312,7 @@ void AddDistributionPoint(Text* text, const CVD_DistributionPointNode& point) {
 uint32_t RenderCrlDistPoints(char* out, int32_t capacity, const CVD_ExtensionNode* extensions) {
   const CVD_Extension* extension = FindExtension<CVD_OID_CRL_DISTRIBUTION_POINTS>(extensions);
   if (extension == nullptr) return PKC_ERR_NO_EXTENSION;
-  Decoded<CVD_CRLDistributionPoints, CVD_PDU_CRL_DISTRIBUTION_POINTS> value;
+  NearDecoded<CVD_CRLDistributionPoints, CVD_PDU_CRL_DISTRIBUTION_POINTS> value;
   if (value.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_EXTENSION;
   Text text(out, capacity);
   const CVD_DistributionPointNode* node = value->first;
@@ -352,7 +352,7 @@ uint32_t RenderIdentity(const IdentityTexts& out, const BIN& identity_data) {
 
 uint32_t RenderAltName(char* out, int32_t capacity, const IdentityTexts& identity,
                        const CVD_Extension& extension) {
-  Decoded<CVD_GeneralNames, CVD_PDU_GENERAL_NAMES> value;
+  NearDecoded<CVD_GeneralNames, CVD_PDU_GENERAL_NAMES> value;
   if (value.Decode(extension.extnValue) != 0) return PKC_ERR_BAD_EXTENSION;
   BIN identity_data{0, nullptr};  // of the last name that carries one
   Text text(out, capacity);

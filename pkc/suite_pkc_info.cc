@@ -1,5 +1,7 @@
 // The information records: the basic fields, the pass over the extensions, and the entry points
 // that fill a whole record from a file, from DER, or from a decoded certificate.
+#include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 #include "corvid/asn.h"
@@ -41,11 +43,11 @@ void CopyText(char (&field)[kSize], const char* text) {
 
 void SerialNumber(const Huge& serial, uint32_t* number, char (&hex)[41]) {
   *number = 0;
-  hex[0] = '\0';
-  static_cast<void>(CVD_HugeToNumEx(&serial, number));
-  corvid::ScopedText text;
-  static_cast<void>(CVD_HugeToHexEx(&serial, text.out()));
-  if (!text.empty()) pkc_strncpy(hex, text.get(), sizeof hex);
+  std::memset(hex, 0, sizeof hex);
+  if (CVD_HugeToNumEx(&serial, number) != 0) return;
+  Bytes octets{serial.data, serial.length};
+  while (octets.size() > 1 && octets[0] == 0) octets = octets.subspan(1);
+  static_cast<void>(corvid::WriteHex(hex, sizeof hex, octets));
 }
 
 // The dotted identifier; `otherwise`, if it is not null, when the identifier has no text.
@@ -87,13 +89,26 @@ void WriteTime(const TimeParts& parts, char (&field)[50]) {
   }
 }
 
+// True when the local time of a date and time that exists is the stored one, as it is on servers.
+// localtime_r takes a lock that all threads share, and several times as long.
+bool IsLocal(const CVD_TimeFields& stored, int64_t seconds) {
+  const char* zone = std::getenv("TZ");
+  if (zone == nullptr || (std::strcmp(zone, "UTC0") != 0 && std::strcmp(zone, "UTC") != 0)) {
+    return false;
+  }
+  CVD_TimeFields existing;
+  CVD_ASN_Time2UTC(&existing, seconds);
+  return std::memcmp(&existing, &stored, offsetof(CVD_TimeFields, second) + sizeof stored.second) ==
+         0;
+}
+
 // UTCTime of 2000 to 2037 in local time; all others as the certificate stores them, in UTC.
 void TimeText(const CVD_Time& time, char (&field)[50]) {
   const CVD_TimeFields& stored = time.fields;
   if (time.kind == CVD_TIME_UTC && stored.year < 38) {
     const int64_t seconds = CVD_ASN_UTC2Time(&stored);
     struct tm local;
-    if (pkc_localtime(&seconds, &local) != nullptr) {
+    if (!IsLocal(stored, seconds) && pkc_localtime(&seconds, &local) != nullptr) {
       WriteTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
                  local.tm_sec},
                 field);
@@ -137,10 +152,11 @@ uint32_t Signature(const CVD_BitString& signature, PKCCertInfo* info) {
 
 // A name as text; the text is null, and the field empty, when it cannot be rendered.
 uint32_t NameText(const CVD_Name& name, char (&field)[1024]) {
-  corvid::ScopedText text;
-  const uint32_t status = CVD_ExtractRDN(nullptr, &name, text.out());
+  char near[1024];
+  corvid::NameText text(near);
+  const uint32_t status = corvid::RenderName(name, &text);
   if (status != 0) return status;
-  CopyText(field, text.get());
+  CopyText(field, text.End());
   return 0;
 }
 
@@ -277,7 +293,7 @@ bool ChooseSource(const char* path, const uint8_t* der, uint32_t length, int32_t
 struct Held {
   corvid::ScopedBin file;
   corvid::ScopedBin digest;
-  corvid::DecodedCertificate certificate;
+  corvid::NearDecoded<CVD_Certificate, CVD_PDU_CERTIFICATE, 8192> certificate;
 };
 
 // Reads, hashes and decodes the certificate, and fills the record from it.
@@ -328,7 +344,7 @@ uint32_t AuthoritySerial(const CVD_ExtensionNode* extensions, PKCCertInfoEx* inf
   const CVD_Extension* extension =
       CVD_GetExtension(extensions, CVD_ASN_GetOID(CVD_OID_AUTHORITY_KEY_IDENTIFIER));
   if (extension == nullptr) return 0;
-  corvid::Decoded<CVD_AuthorityKeyIdentifier, CVD_PDU_AUTHORITY_KEY_IDENTIFIER> identifier;
+  corvid::NearDecoded<CVD_AuthorityKeyIdentifier, CVD_PDU_AUTHORITY_KEY_IDENTIFIER> identifier;
   if (identifier.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_AUTHKEYID;
   if ((identifier->present & 0x20) != 0) {
     SerialNumber(identifier->authorityCertSerialNumber, &info->authoritySerialNumber,

@@ -24,7 +24,7 @@ struct Policy {
 };
 
 struct Policies {
-  Decoded<CVD_CertificatePolicies, CVD_PDU_CERTIFICATE_POLICIES> record;
+  NearDecoded<CVD_CertificatePolicies, CVD_PDU_CERTIFICATE_POLICIES> record;
   int32_t count = 0;
   Policy
       policy[kRenderedPolicies];  // filled as far as rendered; large, so never cleared as a whole

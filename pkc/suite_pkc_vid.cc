@@ -151,7 +151,7 @@ const CVD_UserInfoNode* FindVid(const CVD_IdentityData& data) {
 
 [[nodiscard]] uint32_t DecodeIdentityData(char* name, uint32_t* size, int32_t* hash_id, BIN* vid,
                                           const BIN& der) {
-  Decoded<CVD_IdentityData, CVD_PDU_IDENTITY_DATA> data;
+  NearDecoded<CVD_IdentityData, CVD_PDU_IDENTITY_DATA> data;
   if (uint32_t status = data.Decode(der); status != 0) return status;
   const auto capacity = static_cast<int32_t>(std::min<uint32_t>(*size, INT32_MAX));
   if (uint32_t status = CVD_PKC_UTF8_Decode(name, capacity, data->realName, 0); status != 0) {
@@ -175,7 +175,7 @@ const BIN* FindIdentityData(const CVD_GeneralNames& names) {
 
 [[nodiscard]] uint32_t ReadSubAltName(char* name, uint32_t* size, int32_t* hash_id, BIN* vid,
                                       const BIN& der) {
-  Decoded<CVD_GeneralNames, CVD_PDU_GENERAL_NAMES> names;
+  NearDecoded<CVD_GeneralNames, CVD_PDU_GENERAL_NAMES> names;
   if (uint32_t status = names.Decode(der); status != 0) return status;
   const BIN* data = FindIdentityData(*names);
   if (data == nullptr || data->length == 0) return PKC_ERR_NO_VIDINFO;

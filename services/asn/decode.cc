@@ -6,7 +6,8 @@
 // Every pointer of the record leads into the block. A text ends in place: its NUL is written into
 // the copy, over the header that follows or the octet at the end. The room for nodes is a guess
 // that certificates as they are issued fit; values that need more are read a second time, into a
-// block of the size that the first reading measured.
+// block of the size that the first reading measured. Small values can be read into memory of the
+// caller's instead of a block.
 #include <cstring>
 #include <utility>
 
@@ -400,46 +401,48 @@ constexpr size_t UsualRoom(size_t length) {
   return (length < 16384 ? length : 16384) + 1600;
 }
 
-// Reads the value into a block with `*room` bytes for nodes. When those do not suffice, `*block`
-// stays null and `*room` tells how many do.
+// Memory of the caller's that a record may be put into; none, when it is null.
+struct Area {
+  uint8_t* memory;
+  size_t size;
+};
+
+// Reads the value into the area or, when that is too small, into a block.
 template <int32_t kType>
-uint32_t ReadInto(const BIN& der, size_t* room, uint8_t** block) {
+uint32_t DecodeAs(const BIN& der, const Area& area, void** record) {
   constexpr const Schema* kRoot = &Pdu<kType>::kRoot;
   constexpr size_t kRecordSize = (kRoot->size + size_t{7}) & ~size_t{7};
   const auto length = static_cast<size_t>(der.length);
-  auto* memory = static_cast<uint8_t*>(CVD_malloc(kRecordSize + *room + length + 1));
-  if (memory == nullptr) return CVD_ASN_ERR_MALLOC;
-  Clear<kRecordSize>(memory);
-  uint8_t* copy = memory + kRecordSize + *room;
-  if (length != 0) std::memcpy(copy, der.data, length);
-  Reading reading(der.data, memory + kRecordSize, *room, copy);
-  const uint32_t status =
-      ReadFields<kRoot>(reading, {der.data, der.data + length}, memory, Indices<kRoot>{});
-  if (status == 0 && reading.complete()) {
-    *block = memory;
-    return 0;
+  const size_t fixed = kRecordSize + length + 1;
+  bool near = area.memory != nullptr && area.size >= fixed;
+  size_t room = (near ? area.size - fixed : UsualRoom(length) + 7) & ~size_t{7};
+  for (;; near = false) {
+    auto* memory = near ? area.memory : static_cast<uint8_t*>(CVD_malloc(fixed + room));
+    if (memory == nullptr) return CVD_ASN_ERR_MALLOC;
+    Clear<kRecordSize>(memory);
+    uint8_t* copy = memory + kRecordSize + room;
+    if (length != 0) std::memcpy(copy, der.data, length);
+    Reading reading(der.data, memory + kRecordSize, room, copy);
+    const uint32_t status =
+        ReadFields<kRoot>(reading, {der.data, der.data + length}, memory, Indices<kRoot>{});
+    if (status == 0 && reading.complete()) {
+      *record = memory;
+      return 0;
+    }
+    if (!near) CVD_free(memory);
+    if (status != 0) {
+      reading.failure().Publish(status, der.data);
+      return status;
+    }
+    room = reading.needed();
   }
-  CVD_free(memory);
-  *room = reading.needed();
-  if (status != 0) reading.failure().Publish(status, der.data);
-  return status;
 }
 
-template <int32_t kType>
-uint32_t DecodeAs(const BIN& der, void** record) {
-  size_t room = (UsualRoom(static_cast<size_t>(der.length)) + 7) & ~size_t{7};
-  uint8_t* block = nullptr;
-  uint32_t status = ReadInto<kType>(der, &room, &block);
-  if (status == 0 && block == nullptr) status = ReadInto<kType>(der, &room, &block);
-  if (status == 0) *record = block;
-  return status;
-}
-
-uint32_t DecodeType(const BIN& der, int32_t type, void** record) {
+uint32_t DecodeType(const BIN& der, int32_t type, const Area& area, void** record) {
   switch (type) {
 #define CORVID_DECODE(pdu, ...) \
   case pdu:                     \
-    return DecodeAs<pdu>(der, record);
+    return DecodeAs<pdu>(der, area, record);
     CORVID_PDUS(CORVID_DECODE)
 #undef CORVID_DECODE
     default:
@@ -451,10 +454,16 @@ uint32_t DecodeType(const BIN& der, int32_t type, void** record) {
 }  // namespace corvid::asn
 
 uint32_t CVD_ASN_DecodePDU(void** record, const BIN* der, int32_t type) {
+  return CVD_ASN_DecodePDUInto(record, der, type, nullptr, 0);
+}
+
+uint32_t CVD_ASN_DecodePDUInto(void** record, const BIN* der, int32_t type, void* memory,
+                               uint32_t size) {
   const bool readable = der != nullptr && der->length >= 0 &&
                         (der->data != nullptr || der->length == 0) && record != nullptr;
-  const uint32_t status = readable ? corvid::asn::DecodeType(*der, type, record)
-                                   : static_cast<uint32_t>(CVD_ASN_ERR_INVALID_INPUT);
+  const uint32_t status =
+      readable ? corvid::asn::DecodeType(*der, type, {static_cast<uint8_t*>(memory), size}, record)
+               : static_cast<uint32_t>(CVD_ASN_ERR_INVALID_INPUT);
   if (status == CVD_ASN_ERR_INVALID_INPUT || status == CVD_ASN_ERR_MALLOC ||
       status == CVD_ASN_ERR_UNKNOWN_TYPE) {
     corvid::asn::FailurePath().Publish(status, nullptr);  // nowhere in the DER

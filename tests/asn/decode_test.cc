@@ -189,6 +189,32 @@ TEST_P(Refused, TellsCodeOctetAndPath) {
   EXPECT_STREQ(failure.path, row.path);
 }
 
+// Whatever the room, the record is the same; it is in the caller's memory where that suffices, and
+// nothing is written past it.
+TEST(DecodeInto, TakesTheCallersMemoryOrABlock) {
+  const Octets names = Sequence({Der(0x82, "a.example"), Der(0x82, "b.example")});
+  const Input der(names);
+  constexpr uint32_t kMost = 512;
+  uint32_t near_from = 0;
+  for (uint32_t size = 0; size <= kMost; ++size) {
+    alignas(8) uint8_t memory[kMost + 1];
+    std::memset(memory, 0xA5, sizeof memory);
+    void* record = nullptr;
+    const size_t requests = g_requests;
+    ASSERT_EQ(CVD_ASN_DecodePDUInto(&record, der.bin(), CVD_PDU_GENERAL_NAMES, memory, size), 0u);
+    const bool near = record == memory;
+    EXPECT_EQ(g_requests - requests, near ? 0u : 1u) << size;
+    if (near && near_from == 0) near_from = size;
+    EXPECT_EQ(near, near_from != 0) << size;
+    for (uint32_t i = size; i < sizeof memory; ++i) ASSERT_EQ(memory[i], 0xA5) << size;
+    Output encoded;
+    EXPECT_EQ(CVD_ASN_EncodePDU(&encoded, record, CVD_PDU_GENERAL_NAMES), 0u);
+    EXPECT_EQ(encoded.octets(), names);
+    if (!near) CVD_ASN_FreePDU(record, CVD_PDU_GENERAL_NAMES);
+  }
+  EXPECT_GT(near_from, names.size());
+}
+
 TEST(Refused, NullsAndLengths) {
   void* record = nullptr;
   const BIN negative{-1, nullptr};

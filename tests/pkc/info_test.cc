@@ -110,6 +110,33 @@ TEST(BasicInfo, OnlyUtcTimesOf2000To2037AreLocal) {
   tzset();
 }
 
+// UTC by its usual names is told without asking the C library, which has to be asked for UTC by any
+// other: both write the same, also of dates and times that a caller made up.
+TEST(BasicInfo, UtcIsTheSameByAnyName) {
+  const Certificate decoded(MakeCertificate({}));
+  constexpr CVD_TimeFields kMadeUp[] = {{0, 1, 1, 0, 0, 0, {}},     {24, 2, 29, 23, 59, 59, {}},
+                                        {25, 2, 29, 12, 0, 0, {}},  {25, 13, 1, 0, 0, 0, {}},
+                                        {30, 0, 0, 24, 60, 60, {}}, {37, 12, 31, 23, 59, 60, {}},
+                                        {-5, 6, 7, 8, 9, 10, {}}};
+  const char* const names[] = {"UTC0", "UTC", "Etc/GMT"};
+  for (const CVD_TimeFields& fields : kMadeUp) {
+    std::string texts[3];
+    for (size_t i = 0; i < 3; ++i) {
+      setenv("TZ", names[i], 1);
+      tzset();
+      CVD_Certificate certificate = *decoded.get();
+      certificate.tbsCertificate.notBefore.fields = fields;
+      PKCCertInfo info;
+      ASSERT_EQ(CVD_ExtractCertInfoNoExt(nullptr, &certificate, &info), 0u);
+      texts[i] = info.notBefore;
+    }
+    EXPECT_EQ(texts[0], texts[2]);
+    EXPECT_EQ(texts[1], texts[2]);
+  }
+  setenv("TZ", "UTC0", 1);
+  tzset();
+}
+
 TEST(BasicInfo, FailuresEndTheRecordOrDoNot) {
   const Octets universal = Name({{"2.5.4.3", Der(0x1C, Hex("00000041"))}});
   CertificateParts parts;

@@ -88,11 +88,14 @@ Octets LongName() {
                          Der(0x31, common_name)}));
 }
 
+// Values that are decoded into a block, though those of usual sizes need none.
 std::vector<Octets> Extensions(const Octets& identity) {
   const Octets directory = Der(0xA4, IssuerName());
+  const Octets wide = Der(0x86, Octets(2048, 'w'));
   const Octets other = Sequence({Oid("1.2.3.4"), Der(0xA0, kText)}, 0xA0);
   const Octets holder = Sequence({Oid("1.2.410.200004.10.1.1"), Der(0xA0, identity)}, 0xA0);
-  const Octets names = Join({Der(0x82, "example.com"), directory, other, Hex("8704C0A80001")});
+  const Octets names =
+      Join({Der(0x82, "example.com"), directory, other, Hex("8704C0A80001"), wide});
   const Octets notice =
       Sequence({Oid("1.3.6.1.5.5.7.2.2"), Der(0x30, Der(0x1E, Repeat(Hex("AC00"), 199)))});
   const Octets cps = Sequence({Oid("1.3.6.1.5.5.7.2.1"), Der(0x16, "http://cps")});
@@ -101,20 +104,22 @@ std::vector<Octets> Extensions(const Octets& identity) {
   const Octets relative = Sequence({Sequence({Oid("2.5.4.3"), point})}, 0xA1);
   const Octets full = Der(0xA0, Join({Der(0x86, kHangul), Der(0xA4, Name({{"2.5.4.3", point}}))}));
   const Octets points =
-      Join({Der(0x30, Der(0xA0, full)), Der(0x30, Join({Der(0xA0, relative), Hex("81020640")}))});
-  const Octets access =
-      Join({Sequence({Oid("1.3.6.1.5.5.7.48.1"), Der(0x86, "http://ocsp")}),
-            Sequence({Oid("1.2.3.5"), directory}), Sequence({Oid("1.2.3.6"), other})});
+      Join({Der(0x30, Der(0xA0, full)), Der(0x30, Join({Der(0xA0, relative), Hex("81020640")})),
+            Der(0x30, Der(0xA0, Der(0xA0, wide)))});
+  const Octets access = Join({Sequence({Oid("1.3.6.1.5.5.7.48.1"), Der(0x86, "http://ocsp")}),
+                              Sequence({Oid("1.2.3.5"), directory}),
+                              Sequence({Oid("1.2.3.6"), other}), Sequence({Oid("1.2.3.8"), wide})});
   return {
-      Extension("2.5.29.35", Hex("3007 8002AABB 820107")),
+      Extension("2.5.29.35", Sequence({Hex("8002AABB"), Der(0xA1, wide), Hex("820107")})),
       Extension("2.5.29.14", Hex("0404AABBCCDD")),
       Extension("2.5.29.15", Hex("03020186"), true),
       Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3"), Sequence({cps, notice})}),
-                                       Sequence({Oid("1.2.4")})})),
+                                       Repeat(Sequence({Oid("1.2.4")}), 50)})),
       Extension("2.5.29.17", Der(0x30, Join({names, holder}))),
       Extension("2.5.29.18", Der(0x30, names)),
       Extension("2.5.29.19", Hex("30060101FF020100")),
-      Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.1"), Oid("1.2.3.7")})),
+      Extension("2.5.29.37",
+                Der(0x30, Join({Oid("1.3.6.1.5.5.7.3.1"), Repeat(Oid("1.2.3.7"), 200)}))),
       Extension("2.5.29.31", Der(0x30, points)),
       Extension("1.3.6.1.5.5.7.1.1", Der(0x30, access)),
       Extension("2.16.840.1.113730.1.1", Hex("030200FF")),

@@ -48,6 +48,28 @@ class Decoded {
   void* record_ = nullptr;
 };
 
+// A record that lasts no longer than the scope that reads it: within this object, if it fits there.
+template <typename Record, int32_t kPdu, uint32_t kRoom = 2048>
+class NearDecoded {
+ public:
+  NearDecoded() {}  // NOLINT(modernize-use-equals-default): `= default` would clear the room
+  NearDecoded(const NearDecoded&) = delete;
+  NearDecoded& operator=(const NearDecoded&) = delete;
+  ~NearDecoded() {
+    if (record_ != nullptr && record_ != room_) CVD_ASN_FreePDU(record_, kPdu);
+  }
+  [[nodiscard]] uint32_t Decode(const BIN& der) {
+    return CVD_ASN_DecodePDUInto(&record_, &der, kPdu, room_, kRoom);
+  }
+  const Record* get() const { return static_cast<const Record*>(record_); }
+  const Record& operator*() const { return *get(); }
+  const Record* operator->() const { return get(); }
+
+ private:
+  void* record_ = nullptr;
+  alignas(Record) uint8_t room_[kRoom];
+};
+
 struct ScopedBin : BIN {  // a BIN that a service fills and this scope releases
   ScopedBin() : BIN{0, nullptr} {}
   ScopedBin(const ScopedBin&) = delete;
