@@ -6,11 +6,14 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <set>
 
 #include "bench/bench.h"
 
@@ -36,11 +39,10 @@ void AddExtension(X509* certificate, const char* name, const char* value) {
   X509_EXTENSION_free(extension);
 }
 
-void AddIssuer(X509* certificate) {
-  X509_NAME* const issuer = X509_get_issuer_name(certificate);
-  AddAttribute(issuer, "C", "US");
-  AddAttribute(issuer, "O", "Example Trust Services");
-  AddAttribute(issuer, "CN", "Example TLS Issuing CA 2026");
+void AddIssuer(X509_NAME* name) {
+  AddAttribute(name, "C", "US");
+  AddAttribute(name, "O", "Example Trust Services");
+  AddAttribute(name, "CN", "Example TLS Issuing CA 2026");
 }
 
 namespace {
@@ -72,7 +74,7 @@ Octets Make(const std::function<void(X509*)>& fill, EVP_PKEY* key = SigningKey()
   BN_free(serial);
   Check(ASN1_TIME_set_string(X509_getm_notBefore(certificate.get()), "260101000000Z") == 1);
   Check(ASN1_TIME_set_string(X509_getm_notAfter(certificate.get()), "270101000000Z") == 1);
-  AddIssuer(certificate.get());
+  AddIssuer(X509_get_issuer_name(certificate.get()));
   Check(X509_set_pubkey(certificate.get(), key) == 1);
   fill(certificate.get());
   Check(X509_sign(certificate.get(), key, EVP_sha256()) != 0);
@@ -89,7 +91,7 @@ void FillServer(X509* certificate) {
   AddAttribute(subject, "CN", "www.example.com");
   static constexpr const char* kExtensions[][2] = {
       {"subjectKeyIdentifier", "hash"},
-      {"2.5.29.35", "DER:301680140102030405060708090A0B0C0D0E0F1011121314"},
+      {"authorityKeyIdentifier", "DER:301680140102030405060708090A0B0C0D0E0F1011121314"},
       {"subjectAltName", "DNS:www.example.com,DNS:example.com,DNS:static.example.com"},
       {"certificatePolicies", "2.23.140.1.2.2,1.3.6.1.4.1.99999.1.1"},
       {"keyUsage", "critical,digitalSignature,keyEncipherment"},
@@ -113,9 +115,30 @@ const Octets& ServerCertificate() {
   return der;
 }
 
-Octets SelfSigned(int bits) {
-  const Key key(EVP_RSA_gen(static_cast<unsigned>(bits)), EVP_PKEY_free);
-  return Make(FillServer, key.get());
+SelfSigned::SelfSigned(int bits) {
+  const Key pair(EVP_RSA_gen(static_cast<unsigned>(bits)), EVP_PKEY_free);
+  certificate = Make(FillServer, pair.get());
+  const std::unique_ptr<PKCS8_PRIV_KEY_INFO, decltype(&PKCS8_PRIV_KEY_INFO_free)> info(
+      EVP_PKEY2PKCS8(pair.get()), PKCS8_PRIV_KEY_INFO_free);
+  uint8_t* der = nullptr;
+  const int length = i2d_PKCS8_PRIV_KEY_INFO(info.get(), &der);
+  Check(length > 0);
+  key.assign(der, der + length);
+  OPENSSL_free(der);
+}
+
+std::vector<Octets> IssuerCandidates(size_t count) {
+  Octets der = Make([](X509* certificate) { AddIssuer(X509_get_subject_name(certificate)); });
+  const Octets serial = {0x02, 0x10, 0x0D, 0x2A, 0x9F, 0x6B};
+  const auto place = std::search(der.begin(), der.end(), serial.begin(), serial.end());
+  Check(place != der.end());
+  std::vector<Octets> all;
+  for (size_t i = 0; i < count; ++i) {
+    place[3] = static_cast<uint8_t>(i >> 8);
+    place[4] = static_cast<uint8_t>(i);
+    all.push_back(der);
+  }
+  return all;
 }
 
 Octets RevocationList(size_t count) {
@@ -178,6 +201,25 @@ const std::vector<Octets>& Roots() {
   return roots;
 }
 
+const std::vector<Octets>& Corpus() {
+  static const std::vector<Octets> all = [] {
+    const std::filesystem::path corpus = CORVID_CORPUS_DIR;
+    std::set<std::string> found;
+    for (const std::filesystem::path& folder : {corpus / "certs", corpus / "pkits/certs"}) {
+      if (!std::filesystem::is_directory(folder)) continue;
+      for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (!entry.is_regular_file()) continue;
+        std::ifstream file(entry.path(), std::ios::binary);
+        found.emplace(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+      }
+    }
+    std::vector<Octets> certificates;
+    for (const std::string& der : found) certificates.emplace_back(der.begin(), der.end());
+    return certificates;
+  }();
+  return all;
+}
+
 Octets CertificateWithRdns(size_t count) {
   return Make([count](X509* certificate) {
     for (size_t i = 0; i < count; ++i) {
@@ -194,6 +236,17 @@ Octets CertificateWithNames(size_t count) {
       names += (i == 0 ? "DNS:host" : ",DNS:host") + std::to_string(i) + ".example.com";
     }
     AddExtension(certificate, "subjectAltName", names.c_str());
+  });
+}
+
+Octets CertificateWithPolicies(size_t count) {
+  return Make([count](X509* certificate) {
+    AddAttribute(X509_get_subject_name(certificate), "CN", "policies");
+    std::string policies;
+    for (size_t i = 0; i < count; ++i) {
+      policies += (i == 0 ? "1.2.3." : ",1.2.3.") + std::to_string(i);
+    }
+    AddExtension(certificate, "certificatePolicies", policies.c_str());
   });
 }
 
