@@ -59,7 +59,7 @@ void AddExtension(X509* certificate, const char* name, const char* value);
 // The issuer of all that is made here.
 void AddIssuer(X509_NAME* name);
 
-// Heap blocks asked for since the program began, by anybody.
+// Heap blocks that this thread has asked for.
 size_t Allocations();
 
 // False when the library refuses the input.
