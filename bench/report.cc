@@ -144,7 +144,8 @@ void Report::ReportRuns(const std::vector<Run>& runs) {
   }
 }
 
-void Report::Finalize() {
+void Report::Show() const {
+  if (figures_.empty()) return;
   if (const Figure* floor = Find("floor")) {
     std::printf("The floor takes %.0f ns.\n", floor->Median());
   }

@@ -27,7 +27,8 @@ class Report : public benchmark::ConsoleReporter {
 
   bool ReportContext(const Context& context) override;
   void ReportRuns(const std::vector<Run>& runs) override;
-  void Finalize() override;
+  void Finalize() override {}
+  void Show() const;  // of all runs
 
  private:
   const Figure* Find(const std::string& name) const;
