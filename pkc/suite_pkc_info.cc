@@ -1,6 +1,5 @@
 // The information records: the basic fields, the pass over the extensions, and the entry points
 // that fill a whole record from a file, from DER, or from a decoded certificate.
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -89,26 +88,27 @@ void WriteTime(const TimeParts& parts, char (&field)[50]) {
   }
 }
 
-// True when the local time of a date and time that exists is the stored one, as it is on servers.
-// localtime_r takes a lock that all threads share, and several times as long.
-bool IsLocal(const CVD_TimeFields& stored, int64_t seconds) {
+// True when local time is UTC, as it is on servers. localtime_r takes a lock that all threads
+// share.
+bool LocalIsUtc() {
   const char* zone = std::getenv("TZ");
-  if (zone == nullptr || (std::strcmp(zone, "UTC0") != 0 && std::strcmp(zone, "UTC") != 0)) {
-    return false;
-  }
-  CVD_TimeFields existing;
-  CVD_ASN_Time2UTC(&existing, seconds);
-  return std::memcmp(&existing, &stored, offsetof(CVD_TimeFields, second) + sizeof stored.second) ==
-         0;
+  return zone != nullptr && (std::strcmp(zone, "UTC0") == 0 || std::strcmp(zone, "UTC") == 0);
+}
+
+// True for a day that every month has, at a time that every day has.
+bool IsPlain(const CVD_TimeFields& time) {
+  return time.year >= 0 && time.month >= 1 && time.month <= 12 && time.day >= 1 && time.day <= 28 &&
+         time.hour >= 0 && time.hour <= 23 && time.minute >= 0 && time.minute <= 59 &&
+         time.second >= 0 && time.second <= 59;
 }
 
 // UTCTime of 2000 to 2037 in local time; all others as the certificate stores them, in UTC.
-void TimeText(const CVD_Time& time, char (&field)[50]) {
+void TimeText(const CVD_Time& time, bool local_is_utc, char (&field)[50]) {
   const CVD_TimeFields& stored = time.fields;
-  if (time.kind == CVD_TIME_UTC && stored.year < 38) {
+  if (time.kind == CVD_TIME_UTC && stored.year < 38 && !(local_is_utc && IsPlain(stored))) {
     const int64_t seconds = CVD_ASN_UTC2Time(&stored);
     struct tm local;
-    if (!IsLocal(stored, seconds) && pkc_localtime(&seconds, &local) != nullptr) {
+    if (pkc_localtime(&seconds, &local) != nullptr) {
       WriteTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
                  local.tm_sec},
                 field);
@@ -171,8 +171,9 @@ uint32_t BasicFields(const CVD_Certificate& certificate, PKCCertInfo* info) {
     DottedText(tbs.signature.algorithm, "unknown", info->signAlgorithm);
   }
   if (NameText(tbs.issuer, info->issuerDN) != 0) info->issuerDN[0] = '\0';
-  TimeText(tbs.notBefore, info->notBefore);
-  TimeText(tbs.notAfter, info->notAfter);
+  const bool local_is_utc = LocalIsUtc();
+  TimeText(tbs.notBefore, local_is_utc, info->notBefore);
+  TimeText(tbs.notAfter, local_is_utc, info->notAfter);
   if (const uint32_t status = NameText(tbs.subject, info->subjectDN); status != 0) return status;
   if (const uint32_t status = PublicKey(tbs.subjectPublicKeyInfo, info); status != 0) {
     return status;

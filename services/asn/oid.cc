@@ -26,20 +26,20 @@ constexpr std::array<CVD_OID, kNumbers> kCatalogue = MakeCatalogue();
 
 __extension__ using Number = unsigned __int128;  // a subidentifier that has a text
 
+template <typename Unsigned>
+size_t PutDecimal(Unsigned number, char* out) {
+  size_t count = 1;
+  for (Unsigned rest = number / 10; rest != 0; rest /= 10) ++count;
+  for (size_t i = count; i-- > 0; number /= 10) {
+    out[i] = static_cast<char>('0' + static_cast<int>(number % 10));
+  }
+  return count;
+}
+
 // Writes a number in decimal; the usual widths are not divided as 128 bits.
 size_t PutNumber(Number number, char* out) {
-  char digits[40];
-  char* const end = digits + sizeof digits;
-  char* at = end;
-  for (; number > UINT64_MAX; number /= 10)
-    *--at = static_cast<char>('0' + static_cast<int>(number % 10));
-  auto rest = static_cast<uint64_t>(number);
-  do {
-    *--at = static_cast<char>('0' + rest % 10);
-  } while ((rest /= 10) != 0);
-  const auto count = static_cast<size_t>(end - at);
-  std::memcpy(out, at, count);
-  return count;
+  return number > UINT64_MAX ? PutDecimal(number, out)
+                             : PutDecimal(static_cast<uint64_t>(number), out);
 }
 
 // One subidentifier from `*at` on; false when it is wider than a Number.
