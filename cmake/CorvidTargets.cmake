@@ -26,7 +26,8 @@ function(corvid_shared NAME OUTPUT)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   # Without -fno-plt each call between the libraries takes a detour: a twentieth of a record.
   target_compile_options(${target} PRIVATE
-    -fno-exceptions -fno-rtti -fsemantic-interposition -fno-plt)
+    -fno-exceptions -fno-rtti -fsemantic-interposition -fno-plt
+    $<$<CXX_COMPILER_ID:GNU>:-mstringop-strategy=libcall>)
   # With clang the sanitizers' symbols are in the program.
   target_link_options(${target} PRIVATE LINKER:--version-script=${map}
     $<$<NOT:$<BOOL:${CORVID_FUZZ}>>:LINKER:--no-undefined>)

@@ -16,6 +16,7 @@
 #include "corvid/holders.hpp"
 #include "corvid/oid_octets.hpp"
 #include "corvid/pkc.h"
+#include "corvid/short_copy.hpp"
 
 namespace corvid {
 
@@ -58,6 +59,29 @@ class ScopedText {  // a text that a service allocates and this scope frees
 
  private:
   char* text_ = nullptr;
+};
+
+// The dotted text of an identifier: within this object, unless it is unusually long.
+class DottedText {
+ public:
+  // The status is that of CVD_ASN_OID2DotVal.
+  [[nodiscard]] uint32_t Make(const CVD_OID& oid) {
+    uint32_t count = sizeof near_;
+    if (oid.length <= (sizeof near_ - 4) / 4) {
+      const uint32_t status = CVD_ASN_OID2DotValInto(near_, &count, &oid);
+      text_ = {near_, count};
+      return status;
+    }
+    const uint32_t status = CVD_ASN_OID2DotVal(far_.out(), &oid);
+    if (status == 0) text_ = far_.get();
+    return status;
+  }
+  std::string_view get() const { return text_; }  // after a status of 0
+
+ private:
+  ScopedText far_;
+  std::string_view text_;
+  char near_[100];
 };
 
 // A block of the toolkit's allocator that this scope frees. Null when memory was short.
@@ -128,6 +152,18 @@ inline constexpr int32_t kValueSize = 202;  // the text of a directory string, a
 
 // ---- writing text --------------------------------------------------------------------------
 
+// A text of the program's own, copied as a whole and advanced by its length.
+struct Literal {
+  char text[32] = {};
+  size_t length = 0;
+
+  template <size_t kSize>
+  consteval Literal(const char (&literal)[kSize]) {  // NOLINT(google-explicit-constructor)
+    static_assert(kSize <= sizeof text);             // with its terminator
+    for (; length + 1 < kSize; ++length) text[length] = literal[length];
+  }
+};
+
 // A text being written into a caller's array of `capacity` bytes (at least 1), terminator included:
 // never past its end, always terminated, cut in silence.
 class Text {
@@ -142,12 +178,21 @@ class Text {
     return {out, capacity, strnlen(out, static_cast<size_t>(capacity) - 1)};
   }
 
-  // Not inline: where the compiler knows a bound it copies by a string instruction, which is slow
-  // to get going.
   [[gnu::noinline]] void Add(std::string_view s) {
     const size_t fit = std::min(s.size(), size_ - 1 - length_);
-    std::memcpy(out_ + length_, s.data(), fit);
+    CopyShort(out_ + length_, s.data(), fit);
     length_ += fit;
+    out_[length_] = '\0';
+  }
+  void Add(const Literal& s) {
+    if (Room() <= sizeof s.text) return Add(std::string_view(s.text, s.length));
+    std::memcpy(out_ + length_, s.text, sizeof s.text);  // the terminator, too
+    length_ += s.length;
+  }
+  void Add(const char* s) { Add(std::string_view(s)); }
+  void Add(char c) {
+    if (length_ + 1 >= size_) return;
+    out_[length_++] = c;
     out_[length_] = '\0';
   }
   void AddNumber(int64_t number) {
@@ -241,10 +286,10 @@ class NameText {
   uint32_t length() const { return buffer_.length; }
   void ReplaceLast(char c) { buffer_.text[buffer_.length - 1] = c; }
   // Ends the text without its last separator.
-  const char* End() {
+  std::string_view End() {
     if (buffer_.length > 0) --buffer_.length;
     buffer_.text[buffer_.length] = '\0';
-    return buffer_.text;
+    return {buffer_.text, buffer_.length};
   }
   // The same; hands the block over.
   char* Release() {

@@ -257,8 +257,9 @@ const CVD_OID id_corporationName{corvid::kCorporationName.length, corvid::kCorpo
 
 const char* CVD_PKC_GetOption(const char* name) {
   if (name == nullptr) return nullptr;
-  if (std::strcmp(name, "locale") == 0) return g_pkc_options.locale;
-  if (std::strcmp(name, "dncase") == 0) return g_pkc_options.dncase;
+  const std::string_view option(name);
+  if (option == "locale") return g_pkc_options.locale;
+  if (option == "dncase") return g_pkc_options.dncase;
   return nullptr;
 }
 

@@ -17,11 +17,11 @@ bool IsRefused(const char* text, int32_t capacity, const CVD_ExtensionNode* exte
 // ---- flags ---------------------------------------------------------------------------------
 
 // Row n names bit n of the BIT STRING. Each name brings its comma; the last one is dropped.
-constexpr std::string_view kCertTypeNames[] = {
+constexpr Literal kCertTypeNames[] = {
     "sslClient,", "sslServer,", "NetscapeCertType_smime,", "objectSigning,", "provision,",
     "sslCA,",     "smimeCA,",   "objectSigningCA,",
 };
-constexpr std::string_view kKeyUsageNames[] = {
+constexpr Literal kKeyUsageNames[] = {
     "digitalSignature,", "nonRepudiation,", "keyEncipherment,",
     "dataEncipherment,", "keyAgreement,",   "keyCertSign,",
     "cRLSign,",          "encipherOnly,",   "decipherOnly,",
@@ -29,7 +29,7 @@ constexpr std::string_view kKeyUsageNames[] = {
 
 // Writes the names of the bits that are set in `word`, whose bit 0x8000 is bit 0. Returns them as a
 // number in which bit n is 1 << n.
-uint32_t WriteFlagNames(Text* text, std::span<const std::string_view> names, uint32_t word) {
+uint32_t WriteFlagNames(Text* text, std::span<const Literal> names, uint32_t word) {
   uint32_t flags = 0;
   for (uint32_t n = 0; n < names.size(); ++n) {
     if ((word & 0x8000U >> n) == 0) continue;
@@ -75,7 +75,7 @@ uint32_t RenderKeyUsage(char* out, int32_t capacity, uint32_t* flags,
 
 struct OidName {
   OidWords words;
-  std::string_view name;
+  Literal name;
 };
 
 // Row n is the flag 1 << n.
@@ -109,9 +109,8 @@ const OidName* FindName(std::span<const OidName> rows, const CVD_OID& oid) {
 
 // Adds the dotted text of an identifier. False, with nothing added, when it has none.
 bool AddDotted(Text* text, const CVD_OID& oid) {
-  ScopedText dotted;
-  (void)CVD_ASN_OID2DotVal(dotted.out(), &oid);  // the text tells whether it was made
-  if (dotted.empty()) return false;
+  DottedText dotted;
+  if (dotted.Make(oid) != 0) return false;
   text->Add(dotted.get());
   return true;
 }
@@ -120,11 +119,11 @@ bool AddDotted(Text* text, const CVD_OID& oid) {
 uint32_t AddKeyPurpose(Text* text, const CVD_OID& purpose) {
   const OidName* row = FindName(kKeyPurposes, purpose);
   if (row == nullptr) {
-    if (AddDotted(text, purpose)) text->Add(",");
+    if (AddDotted(text, purpose)) text->Add(',');
     return 0;
   }
   text->Add(row->name);
-  text->Add(",");
+  text->Add(',');
   return 1U << (row - kKeyPurposes);
 }
 
@@ -154,12 +153,12 @@ uint32_t RenderBasicConstraints(char* out, int32_t capacity, const CVD_Extension
   if (value.Decode(extension->extnValue) != 0) return PKC_ERR_BAD_EXTENSION;
   Text text(out, capacity);
   const bool ca = (value->present & 0x80) != 0 && value->cA == 1;
-  text.Add(ca ? "Subject Type=CA" : "Subject Type=End Entity");
+  text.Add(ca ? Literal("Subject Type=CA") : Literal("Subject Type=End Entity"));
   if ((value->present & 0x40) != 0) {
-    text.Add(", Path Length Constraint=");
+    text.Add(Literal(", Path Length Constraint="));
     text.AddNumber(value->pathLenConstraint);
   } else if (ca) {
-    text.Add(", Path Length Constraint=None");
+    text.Add(Literal(", Path Length Constraint=None"));
   }
   return 0;
 }
@@ -169,7 +168,7 @@ uint32_t RenderBasicConstraints(char* out, int32_t capacity, const CVD_Extension
 // What was added before a failure stays. kRefused for a type without dotted text and for a name
 // without value.
 uint32_t AddOtherName(Text* text, const CVD_OtherName& name) {
-  text->Add("ON=");
+  text->Add(Literal("ON="));
   if (const OidName* row = FindName(kOtherNameTypes, name.typeId); row != nullptr) {
     text->Add(row->name);
   } else if (!AddDotted(text, name.typeId)) {
@@ -179,7 +178,7 @@ uint32_t AddOtherName(Text* text, const CVD_OtherName& name) {
   ScopedText hex;
   (void)CVD_BinToHex(name.value.data, static_cast<uint32_t>(name.value.length), hex.out());
   if (hex.empty()) return 0;  // the type alone is shown when there is no memory for the value
-  text->Add("=");
+  text->Add('=');
   text->Add(hex.get());
   return 0;
 }
@@ -187,7 +186,7 @@ uint32_t AddOtherName(Text* text, const CVD_OtherName& name) {
 uint32_t AddDirectoryName(Text* text, const CVD_Name& name) {
   ScopedText dn;
   if (uint32_t status = CVD_ExtractRDN(nullptr, &name, dn.out()); status != 0) return status;
-  text->Add("DN=");
+  text->Add(Literal("DN="));
   text->Add(dn.get());
   return 0;
 }
@@ -196,19 +195,19 @@ uint32_t AddDirectoryName(Text* text, const CVD_Name& name) {
 // octet; fewer are no address.
 void AddIpAddress(Text* text, const CVD_IPAddress& address) {
   if (address.length < 4) return;
-  text->Add("IP=");
+  text->Add(Literal("IP="));
   if (address.length > 4) {
     const auto* characters = reinterpret_cast<const char*>(address.data);
     text->Add({characters, strnlen(characters, address.length)});
     return;
   }
   for (uint32_t i = 0; i < 4; ++i) {
-    if (i > 0) text->Add(".");
+    if (i > 0) text->Add('.');
     text->AddNumber(address.data[i]);
   }
 }
 
-void AddLabelled(Text* text, std::string_view label, const char* value) {
+void AddLabelled(Text* text, const Literal& label, const char* value) {
   text->Add(label);
   text->Add(value);
 }
@@ -241,11 +240,11 @@ uint32_t AddGeneralName(Text* text, const CVD_GeneralName& name) {
 // ---- authority information access: RFC 5280 section 4.2.2.1 ------------------------------------
 
 uint32_t AddAccessDescription(Text* text, const CVD_AccessDescriptionNode& node) {
-  if (!text->empty()) text->Add("\n");
+  if (!text->empty()) text->Add('\n');
   if (const OidName* row = FindName(kAccessMethods, node.accessMethod); row != nullptr) {
     text->Add(row->name);
   } else {
-    text->Add(":");
+    text->Add(':');
     AddDotted(text, node.accessMethod);
   }
   return AddGeneralName(text, node.accessLocation);
@@ -267,7 +266,7 @@ uint32_t RenderAuthInfoAccess(char* out, int32_t capacity, const CVD_ExtensionNo
 // ---- CRL distribution points: RFC 5280 section 4.2.1.13 ----------------------------------------
 
 // Row n is bit n of ReasonFlags. The reasons that came later, bits 7 and 8, are not shown.
-constexpr std::string_view kReasonNames[] = {
+constexpr Literal kReasonNames[] = {
     "unused|",     "keyCompromise|",        "cACompromise|",    "affiliationChanged|",
     "superseded|", "cessationOfOperation|", "certificateHold|",
 };
@@ -275,7 +274,7 @@ constexpr std::string_view kReasonNames[] = {
 // A name that cannot be rendered is left out; the others still tell where the list is.
 void AddGeneralNames(Text* text, const CVD_GeneralNameNode* first) {
   for (const auto* node = first; node != nullptr && !text->Full(); node = node->next) {
-    if (!text->empty()) text->Add("\n");
+    if (!text->empty()) text->Add('\n');
     (void)AddGeneralName(text, node->generalName);
   }
 }
@@ -289,11 +288,11 @@ void AddRelativeName(Text* text, CVD_AttributeTypeAndValueNode* rdn) {
 }
 
 void AddReasons(Text* text, const CVD_ReasonFlags& reasons) {
-  text->Add("reason");
+  text->Add(Literal("reason"));
   for (uint32_t n = 0; n < std::size(kReasonNames); ++n) {
     if ((reasons.flags[0] & 0x80U >> n) != 0) text->Add(kReasonNames[n]);
   }
-  text->Add("\n");
+  text->Add('\n');
 }
 
 void AddDistributionPoint(Text* text, const CVD_DistributionPointNode& point) {
@@ -363,7 +362,7 @@ uint32_t RenderAltName(char* out, int32_t capacity, const IdentityTexts& identit
         IsOid<CVD_OID_IDENTITY_DATA>(name.name.otherName.typeId)) {
       identity_data = name.name.otherName.value;
     }
-    if (!text.empty()) text.Add("\n");
+    if (!text.empty()) text.Add('\n');
     if (uint32_t status = AddGeneralName(&text, name); status != 0) return status;
   }
   const bool subject = IsOid<CVD_OID_SUBJECT_ALT_NAME>(extension.extnID);

@@ -34,9 +34,9 @@ constexpr corvid::Tracer kTrace{"suite_pkc"};
 // Copies what fits of a text and fills the field with NULs, so that nothing stays of the text
 // before.
 template <size_t kSize>
-void CopyText(char (&field)[kSize], const char* text) {
-  const size_t length = strnlen(text, kSize - 1);
-  std::memcpy(field, text, length);
+void CopyText(char (&field)[kSize], std::string_view text) {
+  const size_t length = std::min(text.size(), kSize - 1);
+  corvid::CopyShort(field, text.data(), length);
   std::memset(field + length, 0, kSize - length);
 }
 
@@ -51,10 +51,9 @@ void SerialNumber(const Huge& serial, uint32_t* number, char (&hex)[41]) {
 
 // The dotted identifier; `otherwise`, if it is not null, when the identifier has no text.
 template <size_t kSize>
-void DottedText(const CVD_OID& oid, const char* otherwise, char (&field)[kSize]) {
-  corvid::ScopedText text;
-  static_cast<void>(CVD_ASN_OID2DotVal(text.out(), &oid));
-  if (!text.empty()) {
+void Dotted(const CVD_OID& oid, const char* otherwise, char (&field)[kSize]) {
+  corvid::DottedText text;
+  if (text.Make(oid) == 0) {
     CopyText(field, text.get());
   } else if (otherwise != nullptr) {
     CopyText(field, otherwise);
@@ -65,23 +64,24 @@ struct TimeParts {
   int year, month, day, hour, minute, second;
 };
 
+// Two digits and what stands behind them; false, with anything written, for other numbers.
+bool PutTwoDigits(int number, char behind, char* out) {
+  out[0] = static_cast<char>('0' + number / 10);
+  out[1] = static_cast<char>('0' + number % 10);
+  out[2] = behind;
+  return number >= 0 && number <= 99;
+}
+
 // "2026-01-31 09:00:00". Fields that a decoded time cannot have are left to the slower formatting.
 void WriteTime(const TimeParts& parts, char (&field)[50]) {
-  char* out = field;
-  bool usual = parts.year >= 0 && parts.year <= 9999;
-  const auto put = [&](int number, char separator) {
-    usual = usual && number >= 0 && number <= 99;
-    *out++ = static_cast<char>('0' + number / 10);
-    *out++ = static_cast<char>('0' + number % 10);
-    if (separator != '0') *out++ = separator;
-  };
-  put(parts.year / 100, '0');
-  put(parts.year % 100, '-');
-  put(parts.month, '-');
-  put(parts.day, ' ');
-  put(parts.hour, ':');
-  put(parts.minute, ':');
-  put(parts.second, '\0');
+  bool usual = parts.year >= 0;
+  usual &= PutTwoDigits(parts.year / 100, '0', field);
+  usual &= PutTwoDigits(parts.year % 100, '-', field + 2);
+  usual &= PutTwoDigits(parts.month, '-', field + 5);
+  usual &= PutTwoDigits(parts.day, ' ', field + 8);
+  usual &= PutTwoDigits(parts.hour, ':', field + 11);
+  usual &= PutTwoDigits(parts.minute, ':', field + 14);
+  usual &= PutTwoDigits(parts.second, '\0', field + 17);
   if (!usual) {
     pkc_snprintf(field, sizeof field, "%04d-%02d-%02d %02d:%02d:%02d", parts.year, parts.month,
                  parts.day, parts.hour, parts.minute, parts.second);
@@ -126,7 +126,7 @@ uint32_t PublicKey(const CVD_SubjectPublicKeyInfo& key_info, PKCCertInfo* info) 
   if (row != nullptr && row->name[0] != '\0') {
     CopyText(info->publicKeyAlgorithm, row->name);
   } else {
-    DottedText(key_info.algorithm.algorithm, nullptr, info->publicKeyAlgorithm);
+    Dotted(key_info.algorithm.algorithm, nullptr, info->publicKeyAlgorithm);
   }
   const int32_t pkey_id = row == nullptr ? CVD_PKEY_UNKNOWN : row->pkeyID;
   const bool has_parameters = pkey_id == CVD_PKEY_DSA || pkey_id == CVD_PKEY_KCDSA;
@@ -150,14 +150,17 @@ uint32_t Signature(const CVD_BitString& signature, PKCCertInfo* info) {
   return corvid::WriteHex(info->signatureHex, sizeof info->signatureHex, {signature.data, octets});
 }
 
-// A name as text; the text is null, and the field empty, when it cannot be rendered.
+// A name as text, made in the field itself. The field is empty when the name cannot be rendered.
 uint32_t NameText(const CVD_Name& name, char (&field)[1024]) {
-  char near[1024];
-  corvid::NameText text(near);
+  corvid::NameText text(field);
   const uint32_t status = corvid::RenderName(name, &text);
-  if (status != 0) return status;
-  CopyText(field, text.End());
-  return 0;
+  const std::string_view made = status == 0 ? text.End() : std::string_view();
+  if (made.data() == field) {
+    std::memset(field + made.size(), 0, sizeof field - made.size());
+  } else {
+    CopyText(field, made);
+  }
+  return status;
 }
 
 uint32_t BasicFields(const CVD_Certificate& certificate, PKCCertInfo* info) {
@@ -168,9 +171,9 @@ uint32_t BasicFields(const CVD_Certificate& certificate, PKCCertInfo* info) {
   if (row != nullptr) {
     CopyText(info->signAlgorithm, row->name);
   } else {
-    DottedText(tbs.signature.algorithm, "unknown", info->signAlgorithm);
+    Dotted(tbs.signature.algorithm, "unknown", info->signAlgorithm);
   }
-  if (NameText(tbs.issuer, info->issuerDN) != 0) info->issuerDN[0] = '\0';
+  static_cast<void>(NameText(tbs.issuer, info->issuerDN));
   const bool local_is_utc = LocalIsUtc();
   TimeText(tbs.notBefore, local_is_utc, info->notBefore);
   TimeText(tbs.notAfter, local_is_utc, info->notAfter);

@@ -78,9 +78,8 @@ bool IsDisplayText(uint8_t tag) {
 }
 
 [[nodiscard]] uint32_t ReadPolicy(const CVD_PolicyInformationNode& node, Policy* policy) {
-  ScopedText dotted;
-  const uint32_t made = CVD_ASN_OID2DotVal(dotted.out(), &node.policyIdentifier);
-  if (made != 0) return made;
+  DottedText dotted;
+  if (const uint32_t status = dotted.Make(node.policyIdentifier); status != 0) return status;
   Text(policy->identifier, sizeof policy->identifier).Add(dotted.get());
   policy->cps = {};
   policy->has_notice = false;
@@ -171,7 +170,7 @@ class Stream {
   Stream(char* out, int32_t capacity) : out_(out), capacity_(capacity) {}
   void Add(std::string_view entry) {
     Text text = Text::After(out_, capacity_);
-    if (has_written_) text.Add("\n");
+    if (has_written_) text.Add('\n');
     text.Add(entry);
     has_written_ = has_written_ || !entry.empty();
   }
@@ -209,7 +208,7 @@ uint32_t RenderPolicies(int32_t* count, const PolicyTexts& out,
   const auto rendered = static_cast<size_t>(std::min(policies.count, kRenderedPolicies));
   for (const Policy& policy : std::span(policies.policy).first(rendered)) {
     Text identifiers = Text::After(out.policies, out.policies_capacity);  // the arrays may be one
-    if (!identifiers.empty()) identifiers.Add(",");
+    if (!identifiers.empty()) identifiers.Add(',');
     identifiers.Add(policy.identifier);
     if (policy.cps.data() != nullptr) cps.Add(policy.cps);
     if (policy.has_notice) notices.Add(policy.notice);

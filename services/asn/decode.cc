@@ -13,6 +13,7 @@
 
 #include "corvid/asn.h"
 #include "corvid/common.h"
+#include "corvid/short_copy.hpp"
 #include "services/asn/der.h"
 #include "services/asn/failure.h"
 #include "services/asn/tables.h"
@@ -125,17 +126,25 @@ CORVID_INLINE uint32_t ReadInteger(const Element& element, int32_t* value) {
   return 0;
 }
 
-uint32_t CheckText(const Row& row, const Element& element) {
+// Octets of a set without NUL; a record's text ends with one.
+template <Characters kSet>
+bool AreText(const uint8_t* octets, size_t length, size_t* characters) {
+  *characters = length;
+  if (Holds<0x00>(octets, length)) return false;
+  if constexpr (kSet == Characters::kUtf8) return CountUtf8(octets, length, characters);
+  return AreOf(kSet, octets, length);
+}
+
+template <const Schema* kSchema, size_t kIndex>
+uint32_t CheckText(const Element& element) {
+  constexpr const Row& row = kSchema->rows[kIndex];
   if (element.length() == 0) {
     return row.options.exact ? static_cast<uint32_t>(CVD_ASN_ERR_TEXT_LENGTH) : 0;
   }
-  if (std::memchr(element.content, 0, element.length()) != nullptr) return CVD_ASN_ERR_TEXT;
-  size_t characters = element.length();
-  if (row.options.characters == Characters::kUtf8 &&
-      !CountUtf8(element.content, element.length(), &characters)) {
+  size_t characters = 0;
+  if (!AreText<row.options.characters>(element.content, element.length(), &characters)) {
     return CVD_ASN_ERR_TEXT;
   }
-  if (!AreOf(row.options.characters, element.content, element.length())) return CVD_ASN_ERR_TEXT;
   if (row.kind == Kind::kCountedText && element.length() > kShortLimit) return CVD_ASN_ERR_RANGE;
   if (row.kind != Kind::kInlineText) return 0;
   // The array can be narrower than its bound of characters, of up to four octets each.
@@ -207,14 +216,14 @@ CORVID_INLINE uint32_t ReadPrimitive(const Reading& reading, const Element& elem
   } else if constexpr (row.kind == Kind::kAny) {
     Store(member, reading.CopiedBin(element.begin, element.end));
   } else if constexpr (row.kind == Kind::kText) {
-    status = CheckText(row, element);
+    status = CheckText<kSchema, kIndex>(element);
     Store(member, TextIn(reading, element));
   } else if constexpr (row.kind == Kind::kCountedText) {
-    status = CheckText(row, element);
+    status = CheckText<kSchema, kIndex>(element);
     Store(member,
           CVD_IA5Attribute{1, 0, static_cast<uint16_t>(length), 0, TextIn(reading, element)});
   } else if constexpr (row.kind == Kind::kInlineText) {
-    status = CheckText(row, element);
+    status = CheckText<kSchema, kIndex>(element);
     if (status != 0) return status;
     std::memcpy(member, element.content, length);
     member[length] = '\0';
@@ -234,9 +243,13 @@ template <const Schema* kSchema, size_t... kIndex>
 CORVID_INLINE uint32_t ReadFields(Reading& reading, Cursor in, uint8_t* record,
                                   std::index_sequence<kIndex...>) {
   uint32_t status = 0;
-  static_cast<void>(
-      ((status = ReadRow<kSchema, kIndex>(reading, &in, record), status == 0) && ...));
-  if (status != 0) [[unlikely]]
+  const auto read = [&]<size_t kOne>() {
+    status = ReadRow<kSchema, kOne>(reading, &in, record);
+    if (status != 0) [[unlikely]]
+      return false;
+    return true;
+  };
+  if (!(read.template operator()<kIndex>() && ...)) [[unlikely]]
     return status;
   if (!in.empty()) [[unlikely]]
     return reading.failure().Begin(CVD_ASN_ERR_TRAILING, in.at);
@@ -421,7 +434,7 @@ uint32_t DecodeAs(const BIN& der, const Area& area, void** record) {
     if (memory == nullptr) return CVD_ASN_ERR_MALLOC;
     Clear<kRecordSize>(memory);
     uint8_t* copy = memory + kRecordSize + room;
-    if (length != 0) std::memcpy(copy, der.data, length);
+    CopyShort(copy, der.data, length);
     Reading reading(der.data, memory + kRecordSize, room, copy);
     const uint32_t status =
         ReadFields<kRoot>(reading, {der.data, der.data + length}, memory, Indices<kRoot>{});

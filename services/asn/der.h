@@ -38,16 +38,19 @@ inline constexpr size_t kBitStringLimit = 0xFFFFFFFF / 8;  // octets
   return length > kShortLimit ? static_cast<uint32_t>(CVD_ASN_ERR_RANGE) : 0;
 }
 
-// True when an octet of the word is 80.
-inline bool HasOctet80(uint64_t word) {
-  const uint64_t zero = word ^ 0x8080808080808080U;
-  return ((zero - 0x0101010101010101U) & ~zero & 0x8080808080808080U) != 0;
+// True when an octet of the word is this one.
+template <uint8_t kOctet>
+bool WordHolds(uint64_t word) {
+  constexpr uint64_t kOnes = 0x0101010101010101U;
+  const uint64_t zero = word ^ kOnes * kOctet;
+  return ((zero - kOnes) & ~zero & 0x80 * kOnes) != 0;
 }
 
-// True when one of the octets, at least one, is 80. The words may overlap.
-inline bool HoldsOctet80(const uint8_t* octets, size_t length) {
+// True when one of the octets, at least one, is this one. The words may overlap.
+template <uint8_t kOctet>
+bool Holds(const uint8_t* octets, size_t length) {
   if (length < 4) {
-    return octets[0] == 0x80 || octets[length / 2] == 0x80 || octets[length - 1] == 0x80;
+    return octets[0] == kOctet || octets[length / 2] == kOctet || octets[length - 1] == kOctet;
   }
   uint64_t word = 0;
   if (length < 8) {
@@ -55,15 +58,15 @@ inline bool HoldsOctet80(const uint8_t* octets, size_t length) {
     uint32_t tail = 0;
     std::memcpy(&head, octets, 4);
     std::memcpy(&tail, octets + length - 4, 4);
-    return HasOctet80(head | uint64_t{tail} << 32);
+    return WordHolds<kOctet>(head | uint64_t{tail} << 32);
   }
   bool holds = false;
   for (size_t i = 0; i + 8 < length; i += 8) {
     std::memcpy(&word, octets + i, 8);
-    holds |= HasOctet80(word);
+    holds |= WordHolds<kOctet>(word);
   }
   std::memcpy(&word, octets + length - 8, 8);
-  return holds || HasOctet80(word);
+  return holds || WordHolds<kOctet>(word);
 }
 
 // True when a subidentifier begins with 80, that is, is longer than it need be (section 8.19.2).
@@ -74,7 +77,7 @@ bool HasPaddedSubidentifier(const uint8_t* octets, size_t length);
 [[nodiscard]] inline uint32_t CheckOid(const uint8_t* octets, size_t length) {
   if (length == 0 || (octets[length - 1] & 0x80) != 0) return CVD_ASN_ERR_OID;
   if (length > kShortLimit) return CVD_ASN_ERR_RANGE;
-  if (!HoldsOctet80(octets, length)) return 0;
+  if (!Holds<0x80>(octets, length)) return 0;
   return HasPaddedSubidentifier(octets, length) ? static_cast<uint32_t>(CVD_ASN_ERR_OID) : 0;
 }
 

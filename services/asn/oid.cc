@@ -138,13 +138,27 @@ uint32_t CVD_ASN_OID2DotVal(char** text, const CVD_OID* oid) {
   using namespace corvid::asn;
   if (text == nullptr || oid == nullptr || oid->data == nullptr) return CVD_ASN_ERR_INVALID_INPUT;
   if (const uint32_t status = CheckOid(oid->data, oid->length); status != 0) return status;
-  auto* dotted = static_cast<char*>(CVD_malloc(DottedSize(*oid)));
+  auto count = static_cast<uint32_t>(DottedSize(*oid));
+  auto* dotted = static_cast<char*>(CVD_malloc(count));
   if (dotted == nullptr) return CVD_ASN_ERR_MALLOC;
-  if (WriteDotted(*oid, dotted) == 0) {
+  if (const uint32_t status = CVD_ASN_OID2DotValInto(dotted, &count, oid); status != 0) {
     CVD_free(dotted);
-    return CVD_ASN_ERR_OID;
+    return status;
   }
   *text = dotted;
+  return 0;
+}
+
+uint32_t CVD_ASN_OID2DotValInto(char* out, uint32_t* count, const CVD_OID* oid) {
+  using namespace corvid::asn;
+  if (out == nullptr || count == nullptr || oid == nullptr || oid->data == nullptr ||
+      DottedSize(*oid) > *count) {
+    return CVD_ASN_ERR_INVALID_INPUT;
+  }
+  if (const uint32_t status = CheckOid(oid->data, oid->length); status != 0) return status;
+  const size_t length = WriteDotted(*oid, out);
+  if (length == 0) return CVD_ASN_ERR_OID;
+  *count = static_cast<uint32_t>(length);
   return 0;
 }
 

@@ -14,6 +14,15 @@ std::string Dotted(const Octets& octets) {
   const uint32_t status = CVD_ASN_OID2DotVal(&text, &oid);
   std::string dotted = status == 0 ? text : std::to_string(status);
   CVD_free(text);
+
+  // The same in the caller's memory, as little as will do.
+  std::vector<char> area(4 * octets.size() + 4);
+  auto count = static_cast<uint32_t>(area.size());
+  EXPECT_EQ(CVD_ASN_OID2DotValInto(area.data(), &count, &oid), status);
+  EXPECT_TRUE(status != 0 || dotted == area.data());
+  EXPECT_TRUE(status != 0 || count == dotted.size());
+  count = static_cast<uint32_t>(area.size()) - 1;
+  EXPECT_EQ(CVD_ASN_OID2DotValInto(area.data(), &count, &oid), uint32_t{CVD_ASN_ERR_INVALID_INPUT});
   return dotted;
 }
 

@@ -410,7 +410,7 @@ uint32_t IssueRequest(const Sample& in, Results* out) {
     }                                                                                        \
   }
 // Of the fields of a record that end it.
-#define RECORD kMalloc, kAsn, kName, kExtension, kPolicies, kFailed
+#define RECORD kMalloc, kName, kExtension, kPolicies
 #define NUMBER(expression) (out->number = (expression), out->number < 0 ? kFailed : 0)
 #define TEXT(n) out->texts[n], sizeof out->texts[n]
 #define OCTETS(bin) (bin).data, static_cast<uint32_t>((bin).length)
@@ -441,7 +441,7 @@ const Operation kOperations[] = {
     ROW("CVD_ASN_General2Time CVD_ASN_Time2UTC CVD_ASN_UTC2Time", ConvertTimes(in, out), kNever),
     ROW("CVD_ASN_GetDecodeFailure", CVD_ASN_GetDecodeFailure(nullptr) == CVD_ASN_ERR_INVALID_INPUT
         ? 0 : kFailed, kNever),
-    OF(CVD_ASN_OID2DotVal, (&out->text, AlgorithmOf(in)), kUntouched, kAsn),
+    ROW("CVD_ASN_OID2DotVal CVD_ASN_OID2DotValInto", CVD_ASN_OID2DotVal(&out->text, AlgorithmOf(in)), kUntouched, kAsn),
 
     // Texts.
     OF(CVD_Base64ToBin, (in.in.base64.c_str(), &out->bin[0]), kUntouched, kCodec),
@@ -497,11 +497,11 @@ const Operation kOperations[] = {
 
     // Records of a certificate.
     OF(CVD_ExtractCertInfo, (nullptr, nullptr, OCTETS(in.der), 1, &out->info.info), kLess, RECORD,
-        kCsp),
+        kAsn, kCsp),
     OF(CVD_ExtractCertInfo, (nullptr, in.in.path.c_str(), nullptr, 0, 0, &out->info.info), kLess,
-        kMalloc, kAsn, kCsp, kName, kIo, kRead),
+        kMalloc, kCsp, kName, kIo, kRead),
     OF(CVD_ExtractCertInfoEx, (nullptr, nullptr, OCTETS(in.der), 1, &out->info), kLess, RECORD,
-        kCsp, kCodec, kAuthority),
+        kAsn, kCsp, kCodec, kAuthority),
     OF(CVD_DoExtractCertInfo, (nullptr, in.certificate, &out->info.info), kLess, RECORD),
     OF(CVD_ExtractCertInfoNoExt, (nullptr, in.certificate, &out->info.info), kLess, kMalloc, kName),
     OF(CVD_ExtractCertExtension, (nullptr, in.certificate, &out->info.info), kLess, RECORD),
@@ -551,23 +551,22 @@ const Operation kOperations[] = {
     OF(CVD_PKC_ExtKeyUsage_ToString, (TEXT(0), &out->flags, in.extensions), kLess, kExtension),
     OF(CVD_PKC_BasicConsts_ToString, (TEXT(0), in.extensions), kNever),
     OF(CVD_PKC_AuthInfoAccess_ToString, (TEXT(0), in.extensions), kLess, kExtension, kMalloc,
-        kName, kFailed),
+        kName),
     OF(CVD_PKC_CrlDistPoints_ToString, (TEXT(0), in.extensions), kLess, kExtension),
     OF(CVD_PKC_AltName_ToString, (TEXT(0), TEXT(1), TEXT(2), TEXT(3),
         in.Node(CVD_OID_SUBJECT_ALT_NAME)), kLess,
-        kExtension, kMalloc, kName, kFailed),
-    ROW("CVD_PKC_CertPolicies_ToString", RenderPolicies(in, out), kPartial, kPolicies, kAsn),
+        kExtension, kMalloc, kName),
+    ROW("CVD_PKC_CertPolicies_ToString", RenderPolicies(in, out), kPartial, kPolicies),
     OF(CVD_GetNetscapeCertType, (nullptr, in.extensions, out->texts[0]), kNever),
     OF(CVD_GetKeyUsage, (nullptr, in.extensions, out->texts[0]), kNever),
     OF(CVD_GetExtKeyUsage, (nullptr, in.extensions, out->texts[0]), kLess, kExtension),
     OF(CVD_GetBC, (nullptr, in.extensions, out->texts[0]), kNever),
-    OF(CVD_GetAIA, (nullptr, in.extensions, out->texts[0]), kLess, kExtension, kMalloc, kName,
-        kFailed),
+    OF(CVD_GetAIA, (nullptr, in.extensions, out->texts[0]), kLess, kExtension, kMalloc, kName),
     OF(CVD_GetDistributionPoints, (nullptr, in.extensions, out->texts[0]), kLess, kExtension),
     OF(CVD_GetAltName, (nullptr, in.Node(CVD_OID_ISSUER_ALT_NAME), out->texts[0]), kLess,
-        kExtension, kMalloc, kName, kFailed),
+        kExtension, kMalloc, kName),
     OF(CVD_GetPolicy, (nullptr, in.extensions, &out->number, out->texts[0], out->texts[1]),
-        kUntouched, kPolicies, kAsn),
+        kUntouched, kPolicies),
     OF(CVD_PKC_CertPolicies_Encode, (&out->bin[0], in.in.dotted.c_str(), in.in.base64.c_str(), 0,
         NAMED(in.in.local)),
         kUntouched, kAsn, kMalloc, kCodec),

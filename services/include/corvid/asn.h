@@ -83,6 +83,10 @@ CVD_EXPORT int32_t CVD_ASN_CmpOID(const CVD_OID* a, const CVD_OID* b);
 /* Allocates the dotted decimal text ("2.5.29.15"), released with CVD_free. Subidentifiers have up
  * to 128 bits; a wider one, or a malformed identifier, is CVD_ASN_ERR_OID. */
 CVD_EXPORT uint32_t CVD_ASN_OID2DotVal(char** text, const CVD_OID* oid);
+/* The same into the caller's `*count` bytes; sets `*count` to the length of the text. They must be
+ * 4 an octet of the identifier and 4 more, else CVD_ASN_ERR_INVALID_INPUT. After another failure
+ * `out` holds no text. */
+CVD_EXPORT uint32_t CVD_ASN_OID2DotValInto(char* out, uint32_t* count, const CVD_OID* oid);
 /* Fills `oid` with newly allocated octets, released by CVD_ASN_ResetOID. Refuses (CVD_ASN_ERR_OID)
  * fewer than two numbers, empty numbers, anything but digits and dots, a first number over 2, a
  * second over 39 below 0 and 1, and numbers over 64 bits. */
