@@ -23,19 +23,6 @@ namespace {
 
 #define CORVID_INLINE [[gnu::always_inline]] inline
 
-// Clears a record or node of a size that is known, with stores: the compiler's own choice for some
-// sizes is a string instruction, which takes a quarter of a certificate's decoding to get going.
-template <size_t kSize>
-CORVID_INLINE void Clear(uint8_t* memory) {
-  using Lanes = uint8_t __attribute__((vector_size(16)));
-  constexpr Lanes kZero{};
-  [&]<size_t... kChunk>(std::index_sequence<kChunk...>) {
-    (std::memcpy(memory + kChunk * sizeof kZero, &kZero, sizeof kZero), ...);
-  }
-  (std::make_index_sequence<kSize / sizeof kZero>{});
-  std::memset(memory + kSize / sizeof kZero * sizeof kZero, 0, kSize % sizeof kZero);
-}
-
 // One reading of the octets: hands out nodes while there is room, and counts what they need.
 class Reading {
  public:
@@ -48,7 +35,7 @@ class Reading {
     const size_t at = taken_;
     taken_ += (kSize + 7) & ~size_t{7};
     uint8_t* node = taken_ <= room_ ? nodes_ + at : spare_;
-    Clear<kSize>(node);
+    std::memset(node, 0, kSize);
     return node;
   }
   bool complete() const { return taken_ <= room_; }
@@ -432,7 +419,7 @@ uint32_t DecodeAs(const BIN& der, const Area& area, void** record) {
   for (;; near = false) {
     auto* memory = near ? area.memory : static_cast<uint8_t*>(CVD_malloc(fixed + room));
     if (memory == nullptr) return CVD_ASN_ERR_MALLOC;
-    Clear<kRecordSize>(memory);
+    std::memset(memory, 0, kRecordSize);
     uint8_t* copy = memory + kRecordSize + room;
     CopyShort(copy, der.data, length);
     Reading reading(der.data, memory + kRecordSize, room, copy);
