@@ -17,6 +17,7 @@
 #include "corvid/oid_octets.hpp"
 #include "corvid/pkc.h"
 #include "corvid/short_copy.hpp"
+#include "corvid/usual.hpp"
 
 namespace corvid {
 
@@ -30,7 +31,7 @@ inline Bytes WholeOctets(const CVD_BitString& bits) { return {bits.data, bits.bi
 struct Tracer {
   const char* file;
   uint32_t operator()(const char* function, uint32_t code, int line = __builtin_LINE()) const {
-    if (code != 0) [[unlikely]] {
+    if (Rare(code != 0)) {
       CVD_Trace_PutError(function, static_cast<int32_t>(code), CVD_PKC_GetErrorReason(code, 1),
                          file, line);
     }

@@ -164,7 +164,7 @@ constexpr LabelRows kSingleValued(kLabelRows);
 constexpr LabelRows kMultiValued = kSingleValued.first(10);  // all but the dnQualifier
 static_assert(kSingleValued.back().rule == Rule::kPlain && kSingleValued.size() == 11);
 
-const LabelRow* FindLabel(LabelRows rows, const CVD_OID& type) {
+[[gnu::always_inline]] inline const LabelRow* FindLabel(LabelRows rows, const CVD_OID& type) {
   const OidWords words = WordsOf(type);
   for (const LabelRow& row : rows) {
     if (row.type == words) return &row;
@@ -175,11 +175,11 @@ const LabelRow* FindLabel(LabelRows rows, const CVD_OID& type) {
 // A code of two letters; three are cut to two, as issued certificates need it.
 uint32_t AppendCountry(NameText* out, const Label& label, Bytes value) {
   Element element;
-  if (!ReadElement(value, 0, &element) || element.length < 2 || element.length > 3 ||
-      (element.tag != kTagPrintableString && element.tag != kTagUtf8String)) {
+  if (Rare(!ReadElement(value, 0, &element) || element.length < 2 || element.length > 3 ||
+           (element.tag != kTagPrintableString && element.tag != kTagUtf8String))) {
     return PKC_ERR_BAD_RDN;
   }
-  if (!out->Reserve(Label::Room(2))) return PKC_ERR_MALLOC;
+  if (Rare(!out->Reserve(Label::Room(2)))) return PKC_ERR_MALLOC;
   char* end = label.Write(out->end());
   std::memcpy(end, value.data() + element.content, 2);
   end[2] = ',';
@@ -191,14 +191,15 @@ uint32_t AppendCountry(NameText* out, const Label& label, Bytes value) {
 // every other.
 bool AppendUnchanged(NameText* out, const Label& label, Bytes value) {
   Element element;
-  if (!ReadElement(value, 0, &element) || element.length == 0 || element.length >= kValueSize ||
-      (element.tag != kTagUtf8String && !IsCopiedType(element.tag)) ||
-      !out->Reserve(Label::Room(element.length))) {
+  if (Rare(!ReadElement(value, 0, &element) || element.length == 0 ||
+           element.length >= kValueSize ||
+           (element.tag != kTagUtf8String && !IsCopiedType(element.tag)) ||
+           !out->Reserve(Label::Room(element.length)))) {
     return false;
   }
   char* end = label.Write(out->end());
   const Seen seen = CopyOctets(end, value.subspan(element.content, element.length));
-  if (seen.AnyEscaped() || (element.tag == kTagUtf8String && seen.AnyHigh())) return false;
+  if (Rare(seen.AnyEscaped() || (element.tag == kTagUtf8String && seen.AnyHigh()))) return false;
   end[element.length] = ',';
   out->EndAt(end + element.length + 1);
   return true;
@@ -229,16 +230,16 @@ uint32_t AppendDecoded(NameText* out, const Label& label, Bytes value, bool esca
 }
 
 uint32_t AppendDirectoryString(NameText* out, const Label& label, Bytes value) {
-  if (AppendUnchanged(out, label, value)) return 0;
+  if (Usual(AppendUnchanged(out, label, value))) return 0;
   return AppendDecoded(out, label, value, true);
 }
 
 // Appends label, "=", value and ","; nothing for an attribute without label.
 uint32_t AppendAttribute(NameText* out, const CVD_AttributeTypeAndValueNode& attribute,
                          LabelRows rows, bool upper) {
-  if (attribute.value.data == nullptr) return PKC_ERR_BAD_RDN;
+  if (Rare(attribute.value.data == nullptr)) return PKC_ERR_BAD_RDN;
   const LabelRow* row = FindLabel(rows, attribute.type);
-  if (row == nullptr) return 0;
+  if (Rare(row == nullptr)) return 0;
   const Label& label = upper ? row->upper : row->lower;
   const Bytes value = View(attribute.value);
   switch (row->rule) {
@@ -313,8 +314,8 @@ uint32_t AppendMultiValuedRdn(NameText* out, const CVD_AttributeTypeAndValueNode
 
 uint32_t AppendRdn(NameText* out, const CVD_RDNSequenceNode& rdn, bool upper) {
   const CVD_AttributeTypeAndValueNode* first = rdn.relativeDistinguishedName;
-  if (first == nullptr) return 0;  // an empty SET; lenient, real certificates have it
-  if (first->next != nullptr) return AppendMultiValuedRdn(out, first, upper);
+  if (Rare(first == nullptr)) return 0;  // an empty SET; lenient, real certificates have it
+  if (Rare(first->next != nullptr)) return AppendMultiValuedRdn(out, first, upper);
   return AppendAttribute(out, *first, kSingleValued, upper);
 }
 
@@ -323,9 +324,9 @@ uint32_t AppendRdns(NameText* out, const CVD_RDNSequenceNode* first, bool upper)
   if (first == nullptr) return PKC_ERR_INVALID_INPUT;
   constexpr const char* kFunction = "CVD_PKC_AsnRDNs_ToString";
   const NodeList<CVD_RDNSequenceNode> rdns(first);
-  if (!rdns.complete()) return kTrace(kFunction, PKC_ERR_MALLOC);
+  if (Rare(!rdns.complete())) return kTrace(kFunction, PKC_ERR_MALLOC);
   for (size_t i = rdns.size(); i-- > 0;) {
-    if (uint32_t status = AppendRdn(out, rdns[i], upper); status != 0) {
+    if (uint32_t status = AppendRdn(out, rdns[i], upper); Rare(status != 0)) {
       return TraceEachLevel(kFunction, status, i + 1);
     }
   }

@@ -95,9 +95,9 @@ CORVID_INLINE uint32_t ReadRow(Reading& reading, Cursor* in, uint8_t* record);
 // ---- primitive contents --------------------------------------------------------------------
 
 CORVID_INLINE uint32_t ReadBoolean(const Element& element, uint8_t* value) {
-  if (element.length() != 1) return CVD_ASN_ERR_BOOLEAN;
+  if (Rare(element.length() != 1)) return CVD_ASN_ERR_BOOLEAN;
   const uint8_t octet = *element.content;
-  if (octet != 0x00 && octet != 0xFF) return CVD_ASN_ERR_BOOLEAN;
+  if (Rare(octet != 0x00 && octet != 0xFF)) return CVD_ASN_ERR_BOOLEAN;
   *value = octet & 1;
   return 0;
 }
@@ -194,10 +194,10 @@ CORVID_INLINE uint32_t ReadPrimitive(const Reading& reading, const Element& elem
     StoreCounted(member, length, reading.Copied(element.content));
   } else if constexpr (row.kind == Kind::kBitString) {
     status = CheckBitString(element.content, length);
-    if (status == 0) Store(member, BitStringOf(reading, element));
+    if (Usual(status == 0)) Store(member, BitStringOf(reading, element));
   } else if constexpr (row.kind == Kind::kNamedBits) {
     status = CheckBitString(element.content, length);
-    if (status == 0) FillNamedBits(reading, element, row.options, member);
+    if (Usual(status == 0)) FillNamedBits(reading, element, row.options, member);
   } else if constexpr (row.kind == Kind::kOctets) {
     Store(member, reading.CopiedBin(element.content, element.end));
   } else if constexpr (row.kind == Kind::kAny) {
@@ -219,7 +219,7 @@ CORVID_INLINE uint32_t ReadPrimitive(const Reading& reading, const Element& elem
     CVD_Time time;
     time.kind = *element.begin == kUtcTimeTag ? CVD_TIME_UTC : CVD_TIME_GENERALIZED;
     status = ReadTime(time.kind, element.content, length, &time.fields);
-    if (status == 0) Store(member, time);
+    if (Usual(status == 0)) Store(member, time);
   }
   return status;
 }
@@ -230,26 +230,19 @@ template <const Schema* kSchema, size_t... kIndex>
 CORVID_INLINE uint32_t ReadFields(Reading& reading, Cursor in, uint8_t* record,
                                   std::index_sequence<kIndex...>) {
   uint32_t status = 0;
-  const auto read = [&]<size_t kOne>() {
-    status = ReadRow<kSchema, kOne>(reading, &in, record);
-    if (status != 0) [[unlikely]]
-      return false;
-    return true;
-  };
-  if (!(read.template operator()<kIndex>() && ...)) [[unlikely]]
-    return status;
-  if (!in.empty()) [[unlikely]]
-    return reading.failure().Begin(CVD_ASN_ERR_TRAILING, in.at);
+  const bool read = (Usual((status = ReadRow<kSchema, kIndex>(reading, &in, record)) == 0) && ...);
+  if (Rare(!read)) return status;
+  if (Rare(!in.empty())) return reading.failure().Begin(CVD_ASN_ERR_TRAILING, in.at);
   return 0;
 }
 
 // A list's elements: nodes chained from `link`, which is the head pointer, then each node's `next`.
 template <const Schema* kSchema>
 [[gnu::noinline]] uint32_t ReadElements(Reading& reading, Cursor in, uint8_t* link) {
-  if (kSchema->some && in.empty()) return reading.failure().Begin(CVD_ASN_ERR_EMPTY, in.at);
+  if (Rare(kSchema->some && in.empty())) return reading.failure().Begin(CVD_ASN_ERR_EMPTY, in.at);
   for (uint32_t index = 0; !in.empty(); ++index) {
     uint8_t* node = reading.Take<kSchema->size>();
-    if (const uint32_t status = ReadRow<kSchema, 0>(reading, &in, node); status != 0) [[unlikely]] {
+    if (const uint32_t status = ReadRow<kSchema, 0>(reading, &in, node); Rare(status != 0)) {
       return reading.failure().AddIndex(status, index);
     }
     Store(link, node);
@@ -259,22 +252,24 @@ template <const Schema* kSchema>
   return 0;
 }
 
+template <const Schema* kSchema, size_t kIndex>
+CORVID_INLINE uint32_t ReadChosen(Reading& reading, Cursor* in, uint8_t* record) {
+  Store(record, kSchema->rows[kIndex].options.number);
+  if constexpr (kSchema->ordered) Store(record + 2, uint16_t{1});
+  return ReadRow<kSchema, kIndex>(reading, in, record);
+}
+
 // The one alternative that the next identifier octet selects.
 template <const Schema* kSchema, size_t... kIndex>
 CORVID_INLINE uint32_t ReadAlternative(Reading& reading, Cursor* in, uint8_t* record,
                                        std::index_sequence<kIndex...>) {
-  if (in->empty()) return reading.failure().Begin(CVD_ASN_ERR_TAG, in->at);
+  if (Rare(in->empty())) return reading.failure().Begin(CVD_ASN_ERR_TAG, in->at);
   const uint8_t tag = *in->at;
   uint32_t status = 0;
-  const auto read = [&]<size_t kOne>() {
-    Store(record, kSchema->rows[kOne].options.number);
-    if constexpr (kSchema->ordered) Store(record + 2, uint16_t{1});
-    status = ReadRow<kSchema, kOne>(reading, in, record);
-    return true;
-  };
-  const bool known =
-      ((tag == FirstTag(kSchema->rows[kIndex]) && read.template operator()<kIndex>()) || ...);
-  if (known) return status;
+  const bool known = ((tag == FirstTag(kSchema->rows[kIndex]) &&
+                       (status = ReadChosen<kSchema, kIndex>(reading, in, record), true)) ||
+                      ...);
+  if (Usual(known)) return status;
   return reading.failure().Begin(sizeof...(kIndex) == 1 ? CVD_ASN_ERR_TAG : CVD_ASN_ERR_ALTERNATIVE,
                                  in->at);
 }
@@ -292,8 +287,7 @@ CORVID_INLINE uint32_t ReadContents(Reading& reading, const Element& element, ui
     return ReadElements<row.options.of>(reading, {element.content, element.end}, member);
   } else {
     const uint32_t status = ReadPrimitive<kSchema, kIndex>(reading, element, member);
-    if (status != 0) [[unlikely]]
-      return reading.failure().Begin(status, element.begin);
+    if (Rare(status != 0)) return reading.failure().Begin(status, element.begin);
     return 0;
   }
 }
@@ -306,10 +300,12 @@ struct Contents {
 
 // Reads the header of any element; tells why there is none that fits.
 [[gnu::noinline]] Contents ReadAnyHeader(Cursor in, bool fits, uint32_t other_tag) {
-  if (in.empty()) return {nullptr, CVD_ASN_ERR_TAG};
-  if (!fits) return {nullptr, other_tag};
+  if (Rare(in.empty())) return {nullptr, CVD_ASN_ERR_TAG};
+  if (Rare(!fits)) return {nullptr, other_tag};
   Element element;
-  if (const uint32_t status = ReadElement(&in, &element); status != 0) return {nullptr, status};
+  if (const uint32_t status = ReadElement(&in, &element); Rare(status != 0)) {
+    return {nullptr, status};
+  }
   return {element.content, element.length()};
 }
 
@@ -324,11 +320,11 @@ CORVID_INLINE uint32_t TakeElement(Reading& reading, Cursor* in, Element* out) {
       available >= 1 && (kAround ? *at == row.options.explicit_tag : TagFits(row, *at));
   Contents contents{at + 2, 0};
   if (fits && available >= 2 && (row.tag != kNoTag || kAround || (*at & 0x1F) != 0x1F) &&
-      at[1] < 0x80 && at[1] <= available - 2) {
+      at[1] < 0x80 && at[1] <= available - 2) [[likely]] {
     contents.length = at[1];
   } else {
     contents = ReadAnyHeader(*in, fits, OtherTag(row));
-    if (contents.begin == nullptr) [[unlikely]] {
+    if (Rare(contents.begin == nullptr)) {
       return reading.failure().Begin(static_cast<uint32_t>(contents.length), at);
     }
   }
@@ -347,7 +343,7 @@ CORVID_INLINE uint32_t ReadInner(Reading& reading, Cursor* in, uint8_t* member) 
   } else {
     Element element{};
     if (const uint32_t status = TakeElement<kSchema, kIndex, false>(reading, in, &element);
-        status != 0) [[unlikely]] {
+        Rare(status != 0)) {
       return status;
     }
     return ReadContents<kSchema, kIndex>(reading, element, member);
@@ -359,14 +355,16 @@ template <const Schema* kSchema, size_t kIndex>
 CORVID_INLINE uint32_t ReadExplicit(Reading& reading, Cursor* in, uint8_t* member) {
   Element wrapper{};
   if (const uint32_t status = TakeElement<kSchema, kIndex, true>(reading, in, &wrapper);
-      status != 0) [[unlikely]] {
+      Rare(status != 0)) {
     return status;
   }
   Cursor inner{wrapper.content, wrapper.end};
-  if (const uint32_t status = ReadInner<kSchema, kIndex>(reading, &inner, member); status != 0) {
+  if (const uint32_t status = ReadInner<kSchema, kIndex>(reading, &inner, member);
+      Rare(status != 0)) {
     return status;
   }
-  return inner.empty() ? 0 : reading.failure().Begin(CVD_ASN_ERR_TRAILING, inner.at);
+  if (Rare(!inner.empty())) return reading.failure().Begin(CVD_ASN_ERR_TRAILING, inner.at);
+  return 0;
 }
 
 template <const Schema* kSchema, size_t kIndex>
@@ -386,8 +384,7 @@ CORVID_INLINE uint32_t ReadRow(Reading& reading, Cursor* in, uint8_t* record) {
   } else {
     status = ReadInner<kSchema, kIndex>(reading, in, member);
   }
-  if (status != 0) [[unlikely]]
-    return reading.failure().AddName(status, row.name);
+  if (Rare(status != 0)) return reading.failure().AddName(status, row.name);
   return 0;
 }
 
@@ -418,14 +415,14 @@ uint32_t DecodeAs(const BIN& der, const Area& area, void** record) {
   size_t room = (near ? area.size - fixed : UsualRoom(length) + 7) & ~size_t{7};
   for (;; near = false) {
     auto* memory = near ? area.memory : static_cast<uint8_t*>(CVD_malloc(fixed + room));
-    if (memory == nullptr) return CVD_ASN_ERR_MALLOC;
+    if (Rare(memory == nullptr)) return CVD_ASN_ERR_MALLOC;
     std::memset(memory, 0, kRecordSize);
     uint8_t* copy = memory + kRecordSize + room;
     CopyShort(copy, der.data, length);
     Reading reading(der.data, memory + kRecordSize, room, copy);
     const uint32_t status =
         ReadFields<kRoot>(reading, {der.data, der.data + length}, memory, Indices<kRoot>{});
-    if (status == 0 && reading.complete()) {
+    if (Usual(status == 0 && reading.complete())) {
       *record = memory;
       return 0;
     }

@@ -19,8 +19,7 @@ using Element = DerElement;
 [[nodiscard, gnu::always_inline]] inline uint32_t ReadElement(Cursor* in, Element* out) {
   constexpr uint32_t kCodes[] = {0, CVD_ASN_ERR_TRUNCATED, CVD_ASN_ERR_LENGTH, CVD_ASN_ERR_TAG};
   const DerFault fault = ReadDerElement(in, out);
-  if (fault == DerFault::kNone) [[likely]]
-    return 0;
+  if (Usual(fault == DerFault::kNone)) return 0;
   return kCodes[static_cast<size_t>(fault)];
 }
 
@@ -30,9 +29,9 @@ inline constexpr size_t kBitStringLimit = 0xFFFFFFFF / 8;  // octets
 
 // INTEGER contents: at least one octet, and the first nine bits not all alike (section 8.3.2).
 [[nodiscard]] inline uint32_t CheckInteger(const uint8_t* octets, size_t length) {
-  if (length == 0) return CVD_ASN_ERR_INTEGER;
-  if (length > 1 && (octets[0] == 0x00 || octets[0] == 0xFF) &&
-      (octets[0] & 0x80) == (octets[1] & 0x80)) {
+  if (Rare(length == 0)) return CVD_ASN_ERR_INTEGER;
+  if (Rare(length > 1 && (octets[0] == 0x00 || octets[0] == 0xFF) &&
+           (octets[0] & 0x80) == (octets[1] & 0x80))) {
     return CVD_ASN_ERR_INTEGER;
   }
   return length > kShortLimit ? static_cast<uint32_t>(CVD_ASN_ERR_RANGE) : 0;
@@ -48,7 +47,7 @@ bool WordHolds(uint64_t word) {
 
 // True when one of the octets, at least one, is this one. The words may overlap.
 template <uint8_t kOctet>
-bool Holds(const uint8_t* octets, size_t length) {
+[[gnu::always_inline]] inline bool Holds(const uint8_t* octets, size_t length) {
   if (length < 4) {
     return octets[0] == kOctet || octets[length / 2] == kOctet || octets[length - 1] == kOctet;
   }
@@ -74,20 +73,20 @@ bool HasPaddedSubidentifier(const uint8_t* octets, size_t length);
 
 // OBJECT IDENTIFIER contents. Only identifiers that hold an octet 80 at all are walked octet by
 // octet: looking at each octet of each identifier would be a third of a certificate's decoding.
-[[nodiscard]] inline uint32_t CheckOid(const uint8_t* octets, size_t length) {
-  if (length == 0 || (octets[length - 1] & 0x80) != 0) return CVD_ASN_ERR_OID;
-  if (length > kShortLimit) return CVD_ASN_ERR_RANGE;
-  if (!Holds<0x80>(octets, length)) return 0;
+[[nodiscard, gnu::always_inline]] inline uint32_t CheckOid(const uint8_t* octets, size_t length) {
+  if (Rare(length == 0 || (octets[length - 1] & 0x80) != 0)) return CVD_ASN_ERR_OID;
+  if (Rare(length > kShortLimit)) return CVD_ASN_ERR_RANGE;
+  if (Usual(!Holds<0x80>(octets, length))) return 0;
   return HasPaddedSubidentifier(octets, length) ? static_cast<uint32_t>(CVD_ASN_ERR_OID) : 0;
 }
 
 // BIT STRING contents: unused bits 0 to 7, none without octets, and all of them zero (sections
 // 8.6.2 and 11.2.1).
 [[nodiscard]] inline uint32_t CheckBitString(const uint8_t* octets, size_t length) {
-  if (length == 0) return CVD_ASN_ERR_BIT_STRING;
+  if (Rare(length == 0)) return CVD_ASN_ERR_BIT_STRING;
   const uint32_t unused = octets[0];
-  if (unused > 7 || (length == 1 && unused != 0)) return CVD_ASN_ERR_BIT_STRING;
-  if ((octets[length - 1] & ((1U << unused) - 1)) != 0) return CVD_ASN_ERR_BIT_STRING;
+  if (Rare(unused > 7 || (length == 1 && unused != 0))) return CVD_ASN_ERR_BIT_STRING;
+  if (Rare((octets[length - 1] & ((1U << unused) - 1)) != 0)) return CVD_ASN_ERR_BIT_STRING;
   return length > kBitStringLimit ? static_cast<uint32_t>(CVD_ASN_ERR_RANGE) : 0;
 }
 

@@ -58,16 +58,20 @@ bool TakeNumber(const uint8_t** at, const uint8_t* end, Number* number) {
 size_t WriteDotted(const CVD_OID& oid, char* text) {
   const uint8_t* at = oid.data;
   const uint8_t* end = oid.data + oid.length;
-  size_t length = 0;
-  for (bool first = true; at != end; first = false) {
-    Number number = 0;
-    if (!TakeNumber(&at, end, &number)) return 0;
-    if (first) {  // X.690 section 8.19.4: the first subidentifier holds two numbers
-      const int root = number < 40 ? 0 : number < 80 ? 1 : 2;
-      text[length++] = static_cast<char>('0' + root);
-      number -= static_cast<Number>(40 * root);
-    }
+  Number number = 0;
+  if (!TakeNumber(&at, end, &number)) return 0;
+  // X.690 section 8.19.4: the first subidentifier holds two numbers.
+  const int root = number < 40 ? 0 : number < 80 ? 1 : 2;
+  text[0] = static_cast<char>('0' + root);
+  text[1] = '.';
+  size_t length = 2 + PutNumber(number - static_cast<Number>(40 * root), text + 2);
+  while (at != end) {
     text[length++] = '.';
+    if (*at < 10) {  // most of them
+      text[length++] = static_cast<char>('0' + *at++);
+      continue;
+    }
+    if (!TakeNumber(&at, end, &number)) return 0;
     length += PutNumber(number, text + length);
   }
   text[length] = '\0';

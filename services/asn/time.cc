@@ -31,11 +31,11 @@ static int16_t TwoDigits(const uint8_t* digits) {
 
 uint32_t ReadTime(uint16_t kind, const uint8_t* octets, size_t length, CVD_TimeFields* fields) {
   const size_t year_digits = kind == CVD_TIME_UTC ? 2 : 4;
-  if (length != year_digits + 11 || octets[length - 1] != 'Z') return CVD_ASN_ERR_TIME;
+  if (Rare(length != year_digits + 11 || octets[length - 1] != 'Z')) return CVD_ASN_ERR_TIME;
   const uint8_t* at = octets + year_digits;
   const int32_t high = kind == CVD_TIME_UTC ? 0 : TwoDigits(octets);
   const int32_t low = TwoDigits(at - 2);
-  if (high > 99 || low > 99) return CVD_ASN_ERR_TIME;
+  if (Rare(high > 99 || low > 99)) return CVD_ASN_ERR_TIME;
   *fields = {static_cast<int16_t>(high * 100 + low),
              TwoDigits(at),
              TwoDigits(at + 2),

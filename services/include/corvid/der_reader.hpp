@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "corvid/usual.hpp"
+
 namespace corvid {
 
 // The octets of a container that are not yet read.
@@ -78,21 +80,18 @@ enum class DerFault : uint8_t {
 [[nodiscard, gnu::always_inline]] inline DerFault ReadDerElement(DerCursor* in, DerElement* out) {
   const uint8_t* at = in->at;
   const size_t available = in->size();
-  if (available < 2 || (at[0] & 0x1F) == 0x1F) [[unlikely]]
-    return ReadLongDerElement(in, out);
+  if (Rare(available < 2 || (at[0] & 0x1F) == 0x1F)) return ReadLongDerElement(in, out);
   size_t length = at[1];
   size_t header = 2;
   if (length >= 0x80) {
     header = length - 0x80 + 2;
-    if (header > 4 || header < 3 || available < header) [[unlikely]] {
+    if (Rare(header > 4 || header < 3 || available < header)) {
       return ReadLongDerElement(in, out);
     }
     length = header == 3 ? at[2] : static_cast<size_t>(at[2] << 8 | at[3]);
-    if (length < (header == 3 ? 0x80 : 0x100)) [[unlikely]]
-      return DerFault::kLength;
+    if (Rare(length < (header == 3 ? 0x80 : 0x100))) return DerFault::kLength;
   }
-  if (available - header < length) [[unlikely]]
-    return DerFault::kTruncated;
+  if (Rare(available - header < length)) return DerFault::kTruncated;
   *out = {at, at + header, at + header + length};
   in->at = out->end;
   return DerFault::kNone;
