@@ -12,23 +12,16 @@ namespace corvid::asn {
 
 static constinit thread_local CVD_ASNFailure last_failure{0, 0, {}};
 
-void FailurePath::Add(Part part) {
-  if (count_ < kDepth) parts_[count_++] = part;
-}
-
-uint32_t FailurePath::Begin(uint32_t code, const uint8_t* at) {
+void FailurePath::NoteOctet(const uint8_t* at) {
   if (at_ == nullptr) at_ = at;
-  return code;
 }
 
-uint32_t FailurePath::AddName(uint32_t code, const char* name) {
-  if (name[0] != '\0') Add({name, 0});
-  return code;
+void FailurePath::NoteName(const char* name) {
+  if (name[0] != '\0') Note({name, 0});
 }
 
-uint32_t FailurePath::AddIndex(uint32_t code, uint32_t index) {
-  Add({nullptr, index});
-  return code;
+void FailurePath::Note(Part part) {
+  if (count_ < kDepth) parts_[count_++] = part;
 }
 
 void FailurePath::Publish(uint32_t code, const uint8_t* input) const {

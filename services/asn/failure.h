@@ -12,10 +12,21 @@ namespace corvid::asn {
 // of it is off the path that succeeds.
 class FailurePath {
  public:
-  // Notes the octet. Returns the code, as the others do, so that a return can note.
-  [[gnu::cold, gnu::noinline]] uint32_t Begin(uint32_t code, const uint8_t* at);
-  [[gnu::cold, gnu::noinline]] uint32_t AddName(uint32_t code, const char* name);
-  [[gnu::cold, gnu::noinline]] uint32_t AddIndex(uint32_t code, uint32_t index);
+  // Each returns the code that it is given, so that a return can note; inline, so that the compiler
+  // sees that the way does not lead back.
+  uint32_t Begin(uint32_t code, const uint8_t* at) {
+    NoteOctet(at);
+    if (code == 0) __builtin_unreachable();
+    return code;
+  }
+  uint32_t AddName(uint32_t code, const char* name) {
+    NoteName(name);
+    return code;
+  }
+  uint32_t AddIndex(uint32_t code, uint32_t index) {
+    Note({nullptr, index});
+    return code;
+  }
 
   // Makes this the calling thread's last failure.
   void Publish(uint32_t code, const uint8_t* input) const;
@@ -26,7 +37,9 @@ class FailurePath {
     const char* name;  // null: an index
     uint32_t index;
   };
-  void Add(Part part);
+  [[gnu::cold, gnu::noinline]] void NoteOctet(const uint8_t* at);
+  [[gnu::cold, gnu::noinline]] void NoteName(const char* name);
+  [[gnu::cold, gnu::noinline]] void Note(Part part);
 
   const uint8_t* at_ = nullptr;
   size_t count_ = 0;
