@@ -90,9 +90,6 @@ TEST(Policies, TextsAreAppendedToWithinTheirArrays) {
   EXPECT_EQ(std::string(small, 8), std::string("ab,1.\0##", 8));
   EXPECT_EQ(std::string(cps, 8), std::string("xc1\0####", 8));
   EXPECT_EQ(std::string(notice, 8), std::string("yy\0#####", 8));
-  EXPECT_EQ(CVD_PKC_CertPolicies_ToString(&count, small, 6, cps, 1, notice, 3, nullptr), 36001U);
-  EXPECT_EQ(CVD_GetPolicy(nullptr, nullptr, &count, policies, qualifiers), 36001U);
-  EXPECT_EQ(TakeTrace(), "CVD_PKC_CertPolicies_ToString 36001\n");
 }
 
 TEST(Policies, Encoded) {

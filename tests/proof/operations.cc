@@ -6,6 +6,8 @@
 #include <memory>
 #include <utility>
 
+#include "proof/refusals.h"
+
 namespace corvid::test {
 
 // ---- samples -------------------------------------------------------------------------------
@@ -399,15 +401,38 @@ uint32_t IssueRequest(const Sample& in, Results* out) {
 
 // ---- the table -----------------------------------------------------------------------------
 
+// What calls that are refused do not look at, or leave as it is.
+struct Unused {
+  CVD_CRLInfo list;
+  CVD_Certificate* record;
+  CVD_SubjectPublicKeyInfo key;
+  CVD_TraceEntry entry;
+  PKCCertTemplate certificate;
+  PKCGenExtOptions options;
+  PKCGenContext context;
+  uint16_t unit;
+  int32_t room = 1100;
+  uint32_t size = 1100;
+} g_unused;
+
 // A row of a function with a status, and one of functions in any expression that gives one.
-#define OF(function, arguments, ...) ROW(#function, function arguments, __VA_ARGS__)
-#define ROW(functions, expression, after, ...)                                               \
-  {                                                                                          \
-    functions, After::after, {__VA_ARGS__}, [](const Sample& in, Results* out) -> uint32_t { \
-      static_cast<void>(in);                                                                 \
-      static_cast<void>(out);                                                                \
-      return expression;                                                                     \
-    }                                                                                        \
+#define OF(function, arguments, ...) \
+  ANY(#function, function arguments, REFUSING(function, arguments), __VA_ARGS__)
+#define ROW(functions, expression, ...) ANY(functions, expression, nullptr, __VA_ARGS__)
+#define ANY(functions, expression, refuse, after, ...)   \
+  {                                                      \
+    functions, After::after, {__VA_ARGS__},              \
+        [](const Sample& in, Results* out) -> uint32_t { \
+          static_cast<void>(in);                         \
+          static_cast<void>(out);                        \
+          return expression;                             \
+        },                                               \
+        refuse                                           \
+  }
+#define REFUSING(function, arguments)                                           \
+  [](const Sample& in, Results* out, Unrefused* unrefused) {                    \
+    static_cast<void>(in);                                                      \
+    RefuseEach(#function, function, std::make_tuple arguments, out, unrefused); \
   }
 // Of the fields of a record that end it.
 #define RECORD kMalloc, kName, kExtension, kPolicies
@@ -624,9 +649,53 @@ const Operation kOperations[] = {
     ROW("CVD_PKC_GenCertificate", IssueRequest(in, out), kUntouched, kMalloc, kAsn, kCodec, kCsp,
         kNoNode),
 };
+
+// Functions whose operations stand in rows of another form.
+void (*const kRefuseOthers[])(const Sample& in, Results* out, Unrefused* unrefused) = {
+    REFUSING(CVD_ASN_DecodePDU, (&out->record, &in.der, CVD_PDU_CERTIFICATE)),
+    REFUSING(CVD_ASN_DecodePDUInto, (&out->record, &in.der, CVD_PDU_CERTIFICATE, out->texts,
+        sizeof out->texts)),
+    REFUSING(CVD_CRL_GetInfo, (in.crl, &g_unused.list)),
+    REFUSING(CVD_CSP_ComputeMsgSignature, (&out->bin[0], &in.der, in.key, in.in.sign, nullptr)),
+    REFUSING(CVD_CSP_GetKeyLength, (&out->flags, &in.rsa_key, CVD_PKEY_DSA, &in.kcdsa_parameters)),
+    REFUSING(CVD_CSP_Hash, (&out->bin[0], &in.der, CVD_HASH_SHA256)),
+    REFUSING(CVD_CSP_VerifyMsgSignature, (&in.der, &in.der, &in.rsa_key, in.in.sign, nullptr)),
+    REFUSING(CVD_ConvCodeSet, ("ko_KR-UTF-8", "ko_KR-euc", "a", out->texts[0])),
+    REFUSING(CVD_DecodeBMPStr, (1, &g_unused.unit, out->texts[0])),
+    REFUSING(CVD_GetCertificateCtxBin, (nullptr, &in.der, &g_unused.record)),
+    REFUSING(CVD_PKC_ASNString_Decode, (out->texts[0], &g_unused.room, OCTETS(in.string))),
+    REFUSING(CVD_PKC_AsnSubPubKeyInfo_Decode, (&out->number, &out->bin[0], &out->bin[1],
+        &in.certificate->tbsCertificate.subjectPublicKeyInfo)),
+    REFUSING(CVD_PKC_AsnSubPubKeyInfo_Encode, (&g_unused.key, CVD_PKEY_DSA, &in.kcdsa_parameters,
+        &in.rsa_key)),
+    REFUSING(CVD_PKC_BIN_ToHex, (out->texts[0], &g_unused.room, &in.der)),
+    REFUSING(CVD_PKC_Cert_Encode, (&out->bin[0], &g_unused.certificate, CVD_PKEY_RSA, nullptr,
+        in.key)),
+    REFUSING(CVD_PKC_CertPolicies_ToString, (&out->number, TEXT(0), TEXT(1), TEXT(2),
+        in.extensions)),
+    REFUSING(CVD_PKC_GenCertificate, (&out->bin[0], 7, CVD_SIGN_SHA256_RSA, 0, 1, "cn=a",
+        CVD_PKEY_RSA, nullptr, &in.rsa_key, in.issuer, &g_unused.options, &g_unused.context)),
+    REFUSING(CVD_PKC_GetVIDInfo, (out->texts[0], &g_unused.size, &out->number, &out->bin[0],
+        in.certificate)),
+    REFUSING(CVD_PKC_IdentityData_Decode, (out->texts[0], &g_unused.size, &out->number,
+        &out->bin[0], &in.identity_data)),
+    REFUSING(CVD_PKC_StrBuf_AddString, (&out->buffer, "a", 1)),
+    REFUSING(CVD_PKC_StrBuf_Init, (&out->buffer, 8, 8)),
+    REFUSING(CVD_Trace_Get, (0, &g_unused.entry)),
+};
 // clang-format on
 
 }  // namespace
+
+std::vector<std::string> RefuseArguments(const Sample& sample) {
+  std::vector<std::string> unrefused;
+  const auto results = std::make_unique<Results>();
+  for (const Operation& operation : kOperations) {
+    if (operation.refuse != nullptr) operation.refuse(sample, results.get(), &unrefused);
+  }
+  for (const auto refuse : kRefuseOthers) refuse(sample, results.get(), &unrefused);
+  return unrefused;
+}
 
 std::span<const Operation> Operations() { return kOperations; }
 

@@ -117,8 +117,15 @@ struct Operation {
   After after;
   std::vector<uint32_t> codes;  // of a failing allocation; none: the function has no status
   uint32_t (*run)(const Sample& sample, Results* out);
+  // Calls the function with arguments that no caller may give, one at a time, and adds what came
+  // of each call that was not refused as usual. Null for several functions at once.
+  void (*refuse)(const Sample& sample, Results* out, std::vector<std::string>* unrefused);
 };
 std::span<const Operation> Operations();
+
+// Calls every function with arguments that no caller may give, one at a time, and tells what came
+// of each call that was not refused as usual: "CVD_BIN_Copy 1 null: 0".
+std::vector<std::string> RefuseArguments(const Sample& sample);
 
 // The samples with which each operation succeeds, and all its allocations happen.
 Inputs RichInputs();

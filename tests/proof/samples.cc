@@ -115,7 +115,7 @@ std::vector<Octets> Extensions(const Octets& identity) {
       Extension("2.5.29.15", Hex("03020186"), true),
       Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3"), Sequence({cps, notice})}),
                                        Repeat(Sequence({Oid("1.2.4")}), 50)})),
-      Extension("2.5.29.17", Der(0x30, Join({names, holder}))),
+      Extension("2.5.29.17", Der(0x30, Join({holder, names}))),
       Extension("2.5.29.18", Der(0x30, names)),
       Extension("2.5.29.19", Hex("30060101FF020100")),
       Extension("2.5.29.37",

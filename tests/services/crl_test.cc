@@ -383,23 +383,5 @@ TEST(CrlSignature, VerifiesWithTheIssuersKeyAlone) {
   }
 }
 
-TEST(Crl, RefusesNull) {
-  constexpr uint32_t kInvalid = CVD_CRL_ERR_INVALID_INPUT;
-  const BIN dataless{1, nullptr};
-  CVD_CRL* crl = nullptr;
-  CVD_CRLInfo info;
-  const Loaded list(MakeList({}));
-  const Certificate certificate(MakeCertificate({}));
-  EXPECT_EQ(CVD_CRL_Load(&crl, nullptr), kInvalid);
-  EXPECT_EQ(CVD_CRL_Load(&crl, &dataless), kInvalid);
-  EXPECT_EQ(CVD_CRL_Load(nullptr, Input("3000").bin()), kInvalid);
-  EXPECT_EQ(CVD_CRL_GetInfo(nullptr, &info), kInvalid);
-  EXPECT_EQ(CVD_CRL_GetInfo(list.crl, nullptr), kInvalid);
-  EXPECT_EQ(CVD_CRL_VerifySignature(nullptr, certificate.get()), kInvalid);
-  EXPECT_EQ(CVD_CRL_VerifySignature(list.crl, nullptr), kInvalid);
-  EXPECT_EQ(CVD_IsCertRevoked(nullptr, nullptr, certificate.get()), kInvalid);
-  EXPECT_EQ(CVD_IsCertRevoked(nullptr, list.crl, nullptr), kInvalid);
-}
-
 }  // namespace
 }  // namespace corvid::test
