@@ -57,6 +57,13 @@ struct ListParts {
 
 using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
 
+Octets PublicKeyInfo(EVP_PKEY* key) {
+  Octets der(static_cast<size_t>(i2d_PUBKEY(key, nullptr)));
+  uint8_t* out = der.data();
+  i2d_PUBKEY(key, &out);
+  return der;
+}
+
 // A BIT STRING with the SHA-256 signature.
 Octets Sign(const Octets& data, EVP_PKEY* key) {
   if (key == nullptr) return Hex("0304 00A1B2C3");
@@ -223,6 +230,32 @@ const std::vector<Octets> kIndirectEntries = {Entry("01"),
                                               Entry("06", {EntryIssuer("B")}),
                                               Entry("07", {EntryIssuer("Issuer")})};
 
+TEST(CrlLoad, TellsWhatIsWrongWithASpoiledListAndVerifiesNone) {
+  const Key key(EVP_RSA_gen(1024), EVP_PKEY_free);
+  const Octets point = Der(0xA0, Der(0xA0, Join({Directory("P"), Der(0x86, "http://p")})));
+  const Octets whole =
+      MakeList({.next_update = Der(0x17, "270101000000Z"),
+                .entries = kIndirectEntries,
+                .extensions = {Unknown(false), Idp(Join({point, Hex("8101FF"), kIndirect}))},
+                .key = key.get()});
+  const Certificate issuer(
+      MakeCertificate({.subject = CommonName("Issuer"), .spki = PublicKeyInfo(key.get())}));
+  ASSERT_EQ(CVD_CRL_VerifySignature(Loaded(whole).crl, issuer.get()), 0u);
+  size_t loaded = 0;
+  for (const Octets& variant : Spoiled(whole)) {
+    const int live = g_live;
+    const Loaded list(variant);
+    if (list.status == 0) {
+      ++loaded;
+      EXPECT_NE(CVD_CRL_VerifySignature(list.crl, issuer.get()), 0u) << ToHex(variant);
+    } else {
+      EXPECT_TRUE(list.status >= kBadList && list.status <= CVD_CRL_ERR_REASONS) << list.status;
+      EXPECT_EQ(g_live, live);
+    }
+  }
+  EXPECT_GT(loaded, 50u) << "names, times and signatures of other octets";
+}
+
 // ---- looking up ----------------------------------------------------------------------------
 
 TEST(CrlLookUp, ComparesWholeSerialNumbers) {
@@ -335,17 +368,21 @@ TEST(CrlLookUp, LeavesOutWhatTheListDoesNotCover) {
     g_taken = 0;
     EXPECT_EQ(CVD_IsCertRevoked(nullptr, list.crl, certificate.get()), row.answer);
     EXPECT_EQ(g_taken, 0) << "allocated";
+    if (row.answer != 1) continue;
+    for (size_t i = 0; i < row.extensions.size(); ++i) {
+      for (const Octets& variant : Spoiled(row.extensions[i])) {
+        std::vector<Octets> extensions = row.extensions;
+        extensions[i] = variant;
+        const Certificate spoiled(MakeCertificate({.extensions = extensions}));
+        if (spoiled.status != 0) continue;
+        const uint32_t answer = CVD_IsCertRevoked(nullptr, list.crl, spoiled.get());
+        EXPECT_TRUE(answer == 1 || answer == kScope) << answer << ToHex(variant);
+      }
+    }
   }
 }
 
 // ---- the signature -------------------------------------------------------------------------
-
-Octets PublicKeyInfo(EVP_PKEY* key) {
-  Octets der(static_cast<size_t>(i2d_PUBKEY(key, nullptr)));
-  uint8_t* out = der.data();
-  i2d_PUBKEY(key, &out);
-  return der;
-}
 
 TEST(CrlSignature, VerifiesWithTheIssuersKeyAlone) {
   constexpr uint32_t kSignature = CVD_CRL_ERR_SIGNATURE;
