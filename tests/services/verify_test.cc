@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <thread>
 
 #include "corvid/csp.h"
@@ -384,6 +385,33 @@ TEST(Verify, RefusesParametersAndUnknownAlgorithms) {
             uint32_t{CVD_CSP_ERR_INVALID_INPUT});
   EXPECT_EQ(verify(good, good, good, CVD_SIGN_SHA1_DSA, nullptr), kBadParameters);
   EXPECT_EQ(verify(good, good, good, 7, nullptr), uint32_t{CVD_CSP_ERR_UNKNOWN_SIGNID});
+}
+
+TEST(Verify, TakesNothingSpoiled) {
+  const RsaKey key(1024, 0x10001);
+  const std::set<uint32_t> refusals = {kWrong, kBadKey, kBadParameters, kBadSignature};
+  for (const Signed& whole : {Signed{key.Sign(NID_sha1, CVD_HASH_SHA1), kData, key.der},
+                              DsaVector().whole, Kcdsa(Vectors("kcdsa.json", "accept").at(0)),
+                              Kcdsa(Vectors("kcdsa.json", "accept").at(4))}) {
+    for (Octets Signed::*part : {&Signed::signature, &Signed::key, &Signed::parameters}) {
+      for (const Octets& variant : Spoiled(whole.*part)) {
+        Signed spoiled = whole;
+        spoiled.*part = variant;
+        const uint32_t status = Verify(spoiled);
+        // Of parameters, what the group was generated from may be missing.
+        EXPECT_TRUE(refusals.contains(status) || (status == 0 && part == &Signed::parameters))
+            << whole.signID << ' ' << status << ' ' << ToHex(variant);
+        uint32_t bits = 0;
+        const Input der(spoiled.key);
+        const Input parameters(spoiled.parameters);
+        const uint32_t told = CVD_CSP_GetKeyLength(
+            &bits, der.bin(), CVD_PKC_SignID_To_PkeyID(static_cast<uint32_t>(whole.signID)),
+            parameters.bin());
+        EXPECT_EQ(told == 0, bits != 0) << told;
+        EXPECT_TRUE(told == 0 || told == kBadKey || told == kBadParameters) << told;
+      }
+    }
+  }
 }
 
 TEST(Verify, ReportsEachFailedAllocationAndLeavesTheErrorQueueAlone) {
