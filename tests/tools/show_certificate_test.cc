@@ -1,7 +1,10 @@
 // What `pkc show` says about a certificate: nothing left out, nothing raw, failures in their place.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -285,6 +288,66 @@ TEST(ShowExtension, AFailureStandsInItsPlaceAndTheRestStands) {
             std::string::npos)
       << text.err;
   EXPECT_NE(text.out.find("\n    Key identifier            aabb\n"), std::string::npos);
+}
+
+std::vector<json> Lines(const std::vector<std::string>& arguments, const std::string& input) {
+  std::istringstream out(RunCommand(arguments, input).out);
+  std::vector<json> lines;
+  for (std::string line; std::getline(out, line);) lines.push_back(json::parse(line));
+  return lines;
+}
+
+TEST(ShowExtension, SpoiledValuesFailInTheirPlaceWhateverIsAsked) {
+  std::string bundle;
+  std::vector<std::string> values;
+  for (const ShownExtension& row : kExtensions) {
+    for (const Octets& value : Spoiled(row.value)) {
+      bundle += Pem(WithExtension(Extension(row.oid, value)));
+      values.push_back(ToHex(value));
+    }
+  }
+  const std::vector<json> shown = Lines({"show", "--ndjson", "-"}, bundle);
+  ASSERT_EQ(shown.size(), values.size());
+  size_t failures = 0;
+  for (size_t i = 0; i < shown.size(); ++i) {
+    const json& extension = shown[i]["extensions"][0];
+    const bool failed = extension.contains("error");
+    failures += failed;
+    EXPECT_TRUE(!failed || extension.value("der", values[i]) == values[i]) << extension;
+  }
+  EXPECT_GT(failures, values.size() / 2);
+  const std::string text = RunCommand({"show", "-"}, bundle).out;
+  EXPECT_NE(text.find("-: certificate " + std::to_string(values.size())), std::string::npos);
+  EXPECT_EQ(Lines({"show", "--as-request", "-"}, bundle).size(), values.size());
+  const json vids = json::parse(RunCommand({"vid", "show", "--json", "-"}, bundle).out);
+  std::set<json> answered;  // with a name but no VID, both
+  for (const json& vid : vids["certificates"]) answered.insert(vid["certificate"]);
+  for (const json& error : vids["errors"]) answered.insert(error["certificate"]);
+  EXPECT_EQ(answered.size(), values.size());
+}
+
+TEST(ShowCertificate, SpoiledOnesAreShownOrSayWhyNot) {
+  const Octets dsa = Sequence({Hex("020107"), Hex("020105"), Hex("020103")});
+  std::string bundle;
+  size_t count = 0;
+  for (const Octets& algorithm :
+       {Sequence({Oid("1.2.840.113549.1.1.1"), Hex("0500")}),
+        Sequence({Oid("1.2.840.10040.4.1"), dsa}),
+        Sequence({Oid("1.2.840.10045.2.1"), Oid("1.2.840.10045.3.1.7")})}) {
+    CertificateParts parts;
+    parts.spki = Sequence({algorithm, Der(0x03, Join({Hex("00"), Hex("3006020107020103")}))});
+    for (const Octets& variant : Spoiled(MakeCertificate(parts))) {
+      bundle += Pem(variant);
+      ++count;
+    }
+  }
+  for (const char* option : {"--ndjson", "--fields=input,certificate,code,keyBits,issuer"}) {
+    const std::string out = RunCommand({"show", option, "-"}, bundle).out;
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), static_cast<ptrdiff_t>(count)) << option;
+  }
+  for (const json& line : Lines({"show", "--ndjson", "-"}, bundle)) {
+    EXPECT_NE(line.contains("reason"), line.contains("fingerprints")) << line;
+  }
 }
 
 TEST(ShowName, AValueThatIsNoTextFails) {

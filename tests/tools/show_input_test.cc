@@ -216,7 +216,9 @@ TEST(CommandUsage, AReaderThatLeavesIsNoNews) {
   const std::string path = folder.Path("pipe");
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   std::thread reader([&path] { close(open(path.c_str(), O_RDONLY)); });
-  const Result result = RunCommand({"show", "-"}, Pem(kOne), path);
+  std::string more_than_a_pipe_holds;
+  for (int i = 0; i < 200; ++i) more_than_a_pipe_holds += Pem(kOne);
+  const Result result = RunCommand({"show", "-"}, more_than_a_pipe_holds, path);
   reader.join();
   EXPECT_EQ(result.exit, 4);
   EXPECT_EQ(result.err, "");
