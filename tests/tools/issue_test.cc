@@ -203,10 +203,20 @@ TEST_F(Issue, RefusesRequests) {
       {"SerialZero", {{"serialNumber", 0}}, "serialNumber: must be 1 to 4294967295"},
       {"SerialTooLarge", {{"serialNumber", 4294967296}}, "serialNumber: must be 1 to"},
       {"SerialNegative", {{"serialNumber", -1}}, "serialNumber: must be 1 to"},
+      {"SerialText", {{"serialNumber", "1"}}, "serialNumber: must be 1 to"},
+      {"NoValidity", {{"validity", nullptr}}, "validity: is missing"},
+      {"DaysZero", {{"validity", {{"days", 0}}}}, "validity.days: must be 1 to 36525"},
+      {"DaysMany", {{"validity", {{"days", 36526}}}}, "validity.days: must be 1 to 36525"},
       {"TwoEnds",
        {{"validity", {{"notAfter", "2027-01-01T00:00:00Z"}}}},
        "one of days and notAfter"},
       {"NoSuchDay", {{"validity", {{"notBefore", "2026-02-29T00:00:00Z"}}}}, "validity.notBefore"},
+      {"NoSuchMonth",
+       {{"validity", {{"notBefore", "2026-13-01T00:00:00Z"}}}},
+       "validity.notBefore"},
+      {"MonthZero", {{"validity", {{"notBefore", "2026-00-01T00:00:00Z"}}}}, "validity.notBefore"},
+      {"NoDigit", {{"validity", {{"notBefore", "2026-0a-01T00:00:00Z"}}}}, "validity.notBefore"},
+      {"MereNumber", {{"validity", {{"notBefore", "1767225600"}}}}, "validity.notBefore"},
       {"Before1950", {{"validity", {{"notBefore", "1949-12-31T23:59:59Z"}}}}, "1950 to 2049"},
       {"After2049", {{"validity", {{"notBefore", "2049-12-30T00:00:01Z"}}}}, "1950 to 2049"},
       {"Backwards",
@@ -216,17 +226,25 @@ TEST_F(Issue, RefusesRequests) {
       {"SignatureOfAnotherKey", {{"signature", "SHA1 + DSA"}}, "signature: cannot be made"},
       {"NoKey", {{"publicKey", nullptr}}, "publicKey: is missing"},
       {"TwoKeys", {{"publicKey", {{"der", "AA=="}}}}, "one of file and der"},
+      {"KeyOfNoBase64", {{"publicKey", {{"der", "*"}}}}, "publicKey.der: is not base64"},
       {"KeyOfCurves", {{"publicKey", {{"file", "ec.pub"}}}}, "publicKey: 36011"},
       {"RequestNotSigned", {{"publicKey", {{"file", "bad.csr"}}}}, "certificate request: 6012"},
       {"CpsAlone", {{"policy", nullptr}, {"notice", nullptr}}, "cps: needs a policy"},
       {"NoticeAlone", {{"policy", nullptr}, {"cps", nullptr}}, "notice: needs a policy"},
       {"NoticeLong", {{"notice", a128 + a128}}, "notice: must have 1 to 200"},
       {"Policy", {{"policy", "1.2.x"}}, "policy: 1017"},
+      {"PolicyPadded", {{"policy", "1.02.3"}}, "policy: has needless zeros"},
+      {"NoticeEmpty", {{"notice", ""}}, "notice: must have 1 to 200"},
+      {"CpsEmpty", {{"cps", ""}}, "cps: must be a URI"},
       {"Cps", {{"cps", "http://예"}}, "cps: must be a URI"},
       {"Blank", {{"ocsp", "http://a b"}}, "ocsp: must be a URI"},
       {"NameWithoutVid", {{"vid", nullptr}}, "holderName: needs a vid"},
       {"VidWithoutName", {{"holderName", nullptr}}, "vid: needs a holderName"},
+      {"NameEmpty", {{"holderName", ""}}, "holderName: is empty"},
+      {"VidOfText", {{"vid", "0g"}}, "vid: is not hexadecimal"},
+      {"VidOfOddDigits", {{"vid", "0"}}, "vid: is not hexadecimal"},
       {"VidOfSha256", {{"vid", a64}}, "vid: must have 20 octets"},
+      {"NoName", {{"subject", ""}}, "subject: "},
       {"Form", {{"subject", "cn=a;b"}}, "subject: 36032"},
       {"NulEscaped", {{"subject", "cn=a\\00b"}}, "subject: holds a NUL"},
       {"Name65", {{"subject", "cn=a" + a64}}, "subject: 1021"},
@@ -255,6 +273,25 @@ TEST_F(Issue, RefusesRequests) {
     request["subject"] = subject;
     Write("right.json", request);
     EXPECT_EQ(RunUser("right.json", "right." + subject.substr(0, 2)).err, "");
+  }
+}
+
+// Of a request, what its signature covers is the key; its algorithm's parameters are not read.
+TEST_F(Issue, TakesNoSpoiledKey) {
+  Shell(Path(""), "openssl req -in user.csr -outform DER -out whole");
+  const Octets whole = ReadFile(Path("whole"));
+  json request = UserRequest();
+  request["publicKey"]["file"] = "spoiled";
+  Write("spoiled.json", request);
+  const auto issue = [&](const Octets& key) {
+    folder_->Write("spoiled", StringOf(key));
+    return Run({"spoiled.json", "--issuer", "ca.der", "--key", "ca.key", "--dry-run"});
+  };
+  const Result good = issue(whole);
+  EXPECT_EQ(good.exit, 0);
+  for (const Octets& variant : Spoiled(whole)) {
+    const Result result = issue(variant);
+    EXPECT_TRUE(result.exit == 2 || result.exit == 3 || result.out == good.out) << ToHex(variant);
   }
 }
 
