@@ -6,6 +6,7 @@
 #include <set>
 
 #include "proof/operations.h"
+#include "support/spoiled.h"
 
 namespace corvid::test {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "corvid/codec.h"
 #include "corvid/csp.h"
-#include "support/support.h"
+#include "support/spoiled.h"
 
 namespace {
 int g_taken = 0;  // blocks taken since a test began to count

@@ -16,7 +16,7 @@
 #include <thread>
 
 #include "corvid/csp.h"
-#include "support/support.h"
+#include "support/spoiled.h"
 
 namespace corvid::test {
 namespace {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <functional>
 #include <iterator>
 
 #include "corvid/codec.h"
@@ -80,69 +79,6 @@ Octets Oid(const std::string& dotted) {
   const Octets der = Der(0x06, Octets(oid.data, oid.data + oid.length));
   CVD_ASN_ResetOID(&oid);
   return der;
-}
-
-// The ends of the elements that the octets from `at` on are a series of; none when they are not.
-static std::vector<size_t> ElementEnds(const Octets& der, size_t at) {
-  std::vector<size_t> ends;
-  while (at < der.size()) {
-    if (der.size() - at < 2) return {};
-    size_t length = der[at + 1];
-    at += 2;
-    if (length >= 0x80) {
-      size_t count = length & 0x7F;
-      if (count == 0 || count > 4 || count > der.size() - at) return {};
-      for (length = 0; count > 0; --count) length = length << 8 | der[at++];
-    }
-    if (length > der.size() - at) return {};
-    ends.push_back(at += length);
-  }
-  return ends;
-}
-
-using Rebuild = std::function<Octets(const Octets&)>;  // the whole, from another part of it
-
-static void AddSpoiled(const Octets& series, const Rebuild& whole, std::vector<Octets>* variants) {
-  size_t begin = 0;
-  for (const size_t end : ElementEnds(series, 0)) {
-    const auto rebuild = [&, begin](const Octets& element) {
-      return whole(
-          Join({Octets(series.begin(), series.begin() + static_cast<ptrdiff_t>(begin)), element,
-                Octets(series.begin() + static_cast<ptrdiff_t>(end), series.end())}));
-    };
-    const Octets element(series.begin() + static_cast<ptrdiff_t>(begin),
-                         series.begin() + static_cast<ptrdiff_t>(end));
-    const uint8_t tag = element[0];
-    const size_t header = 2 + (element[1] > 0x80 ? element[1] & 0x7Fu : 0u);
-    const Octets content(element.begin() + static_cast<ptrdiff_t>(header), element.end());
-    Octets other = content;
-    if (!other.empty()) other[0] ^= 0x83;
-    for (const Octets& variant :
-         {Hex("0500"), Octets{}, Join({element, element}), Der(tag, Octets{}),
-          Der(tag, Join({content, Hex("00")})), Der(tag, other)}) {
-      if (variant != element) variants->push_back(rebuild(variant));
-    }
-    const size_t unused = tag == 0x03 ? 1 : 0;  // bits, before what a BIT STRING holds
-    if ((tag & 0x20) != 0 || tag == 0x03 || tag == 0x04) {
-      const Octets inner(content.begin() + static_cast<ptrdiff_t>(std::min(unused, content.size())),
-                         content.end());
-      const Octets before(content.begin(), content.end() - static_cast<ptrdiff_t>(inner.size()));
-      AddSpoiled(
-          inner,
-          [&](const Octets& part) {
-            return rebuild(Der(tag, Join({before, part})));
-          },
-          variants);
-    }
-    begin = end;
-  }
-}
-
-std::vector<Octets> Spoiled(const Octets& der) {
-  std::vector<Octets> variants;
-  AddSpoiled(
-      der, [](const Octets& whole) { return whole; }, &variants);
-  return variants;
 }
 
 Octets Name(const std::vector<Attribute>& attributes) {

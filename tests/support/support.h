@@ -85,9 +85,6 @@ Octets Sequence(std::initializer_list<Octets> parts, uint8_t tag = 0x30);
 Octets Join(std::initializer_list<Octets> parts);
 // An OBJECT IDENTIFIER from its dotted text.
 Octets Oid(const std::string& dotted);
-// Every variant of the DER with one element, at any depth and inside strings, that is replaced by
-// NULL, left out, doubled, emptied, an octet longer, or of another first octet; lengths are right.
-std::vector<Octets> Spoiled(const Octets& der);
 // A Name of one-attribute RDNs: {{"2.5.4.6", Der(0x13, "KR")}, ...}.
 struct Attribute {
   std::string type;

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "command.h"
-#include "support/support.h"
+#include "support/spoiled.h"
 
 namespace corvid::test {
 namespace {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command.h"
+#include "support/spoiled.h"
 
 namespace corvid::test {
 namespace {
