@@ -16,7 +16,6 @@
 
 #include "corpus/exceptions.h"
 #include "corvid/asn.h"
-#include "corvid/codec.h"
 #include "corvid/pkc.h"
 #include "support/support.h"
 
@@ -67,17 +66,6 @@ std::string Run(const std::string& command) {
   }
   EXPECT_EQ(pclose(pipe), 0) << command;
   return output;
-}
-
-std::string Pem(const Octets& der) {
-  const Input input(der);
-  char* base64 = nullptr;
-  EXPECT_EQ(CVD_BinToBase64(input.bin(), &base64), 0u);
-  std::string pem = "-----BEGIN CERTIFICATE-----\n";
-  const std::string_view text(base64);
-  for (size_t i = 0; i < text.size(); i += 64) pem.append(text.substr(i, 64)) += '\n';
-  CVD_free(base64);
-  return pem + "-----END CERTIFICATE-----\n";
 }
 
 using Fields = std::map<std::string, std::string>;

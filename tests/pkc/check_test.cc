@@ -1,7 +1,6 @@
 // Signature algorithms told from certificates, PEM input, and the hash of a VID.
 #include <gtest/gtest.h>
 
-#include "corvid/codec.h"
 #include "support/support.h"
 
 namespace corvid::test {
@@ -52,10 +51,7 @@ TEST(AlgorithmQuery, LooksAtTheSignatureThenAtTheKey) {
 }
 
 TEST(AlgorithmQuery, ReadsPemOrTracesWhyNot) {
-  char* base64 = nullptr;
-  ASSERT_EQ(CVD_BinToBase64(Input(MakeCertificate({})).bin(), &base64), 0u);
-  const std::string body(base64);
-  CVD_free(base64);
+  const std::string body = Base64(MakeCertificate({}));
   const std::string head = body.substr(0, 64);
   const std::string rest = body.substr(64);
   const struct {

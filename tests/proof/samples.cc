@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "proof/operations.h"
+#include "support/signing.h"
 
 namespace corvid::test {
 namespace {
@@ -26,17 +27,6 @@ Octets Repeat(const Octets& part, int count) {
   Octets all;
   for (int i = 0; i < count; ++i) all.insert(all.end(), part.begin(), part.end());
   return all;
-}
-
-// A BIT STRING with the key's SHA-256 signature.
-Octets Sign(EVP_PKEY* key, const Octets& data) {
-  Octets signature(static_cast<size_t>(EVP_PKEY_get_size(key)));
-  size_t length = signature.size();
-  EVP_MD_CTX* context = EVP_MD_CTX_new();
-  EXPECT_EQ(EVP_DigestSignInit(context, nullptr, EVP_sha256(), nullptr, key), 1);
-  EXPECT_EQ(EVP_DigestSign(context, signature.data(), &length, data.data(), data.size()), 1);
-  EVP_MD_CTX_free(context);
-  return Der(0x03, Join({Hex("00"), signature}));
 }
 
 template <typename Encoder, typename Key>
@@ -138,24 +128,14 @@ Octets RevocationList(EVP_PKEY* key) {
       {Hex("020101"), algorithm, IssuerName(), Der(0x17, "260101000000Z"),
        Sequence({entry("020105", IssuerName()), entry("020106", Name({{"2.5.4.3", kText}}))}),
        Der(0xA0, Der(0x30, Extension("2.5.29.28", Hex("30038401FF"), true)))});
-  return Sequence({tbs, algorithm, Sign(key, tbs)});
-}
-
-Octets Pem(const Octets& der, const std::string& label) {
-  const Input input(der);
-  char* text = nullptr;
-  EXPECT_EQ(CVD_BinToBase64(input.bin(), &text), 0u);
-  const std::string pem =
-      "-----BEGIN " + label + "-----\n" + text + "\n-----END " + label + "-----\n";
-  CVD_free(text);
-  return OctetsOf(pem);
+  return Sequence({tbs, algorithm, SignatureOf(key, tbs)});
 }
 
 Octets SignedCertificate(CertificateParts parts, EVP_PKEY* key) {
   const Certificate unsigned_one(MakeCertificate(parts));
   Output tbs;
   EXPECT_EQ(CVD_ASN_EncodePDU(&tbs, unsigned_one.get(), CVD_PDU_TBS_CERTIFICATE), 0u);
-  parts.signature = Sign(key, tbs.octets());
+  parts.signature = SignatureOf(key, tbs.octets());
   return MakeCertificate(parts);
 }
 
@@ -178,14 +158,14 @@ Inputs RichInputs() {
       Sequence({kText, Sequence({Sequence({Oid("1.2.410.200004.10.1.1.1"), vid_der})})});
   CertificateParts parts{.issuer = IssuerName(),
                          .subject = LongName(),
-                         .spki = Encoded(i2d_PUBKEY, key.get()),
+                         .spki = PublicKeyInfo(key.get()),
                          .extensions = Extensions(in.identity_data)};
   in.certificate = SignedCertificate(parts, key.get());
   parts.subject = IssuerName();
   in.issuer = SignedCertificate(parts, key.get());
   in.list = RevocationList(key.get());
-  in.pem = Pem(in.certificate, "CERTIFICATE");
-  in.pem_list = Pem(in.list, "X509 CRL");
+  in.pem = OctetsOf(Pem(in.certificate));
+  in.pem_list = OctetsOf(Pem(in.list, "X509 CRL"));
   in.string = Der(0x1E, Repeat(Hex("AC00"), 400));
   in.rsa_key = Hex("3007 020200A5 020103");
   in.kcdsa_parameters = Hex("3014 020107 020105 020103 020102 3008 040101 0203010001");

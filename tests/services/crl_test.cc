@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "corvid/codec.h"
 #include "corvid/csp.h"
+#include "support/signing.h"
 #include "support/spoiled.h"
 
 namespace {
@@ -57,32 +57,14 @@ struct ListParts {
 
 using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
 
-Octets PublicKeyInfo(EVP_PKEY* key) {
-  Octets der(static_cast<size_t>(i2d_PUBKEY(key, nullptr)));
-  uint8_t* out = der.data();
-  i2d_PUBKEY(key, &out);
-  return der;
-}
-
-// A BIT STRING with the SHA-256 signature.
-Octets Sign(const Octets& data, EVP_PKEY* key) {
-  if (key == nullptr) return Hex("0304 00A1B2C3");
-  Octets signature(static_cast<size_t>(EVP_PKEY_get_size(key)));
-  size_t length = signature.size();
-  EVP_MD_CTX* context = EVP_MD_CTX_new();
-  EXPECT_EQ(EVP_DigestSignInit(context, nullptr, EVP_sha256(), nullptr, key), 1);
-  EXPECT_EQ(EVP_DigestSign(context, signature.data(), &length, data.data(), data.size()), 1);
-  EVP_MD_CTX_free(context);
-  return Der(0x03, Join({Hex("00"), signature}));
-}
-
 Octets MakeList(const ListParts& parts) {
   const Octets extensions = ListOf(parts.extensions);
   const Octets tbs =
       Sequence({parts.version, Sequence({Oid(parts.inner), Hex("0500")}), CommonName("Issuer"),
                 Der(0x17, "260101000000Z"), parts.next_update, ListOf(parts.entries),
                 extensions.empty() ? extensions : Der(0xA0, extensions)});
-  return Sequence({tbs, Sequence({Oid(parts.outer), Hex("0500")}), Sign(tbs, parts.key)});
+  return Sequence({tbs, Sequence({Oid(parts.outer), Hex("0500")}),
+                   parts.key == nullptr ? Hex("0304 00A1B2C3") : SignatureOf(parts.key, tbs)});
 }
 
 const Octets kDate = Der(0x17, "260115000000Z");
@@ -100,14 +82,9 @@ Octets Idp(const Octets& content) { return Extension("2.5.29.28", Der(0x30, cont
 Octets Unknown(bool critical) { return Extension("1.2.3", Hex("0500"), critical); }
 const Octets kIndirect = Hex("8401FF");
 
-Octets Pem(const Octets& der, const std::string& label = "X509 CRL") {
-  const Input input(der);
-  char* text = nullptr;
-  EXPECT_EQ(CVD_BinToBase64(input.bin(), &text), 0u);
-  const std::string pem = "Issuer: CN = Issuer\n-----BEGIN " + label + "-----\r\n" + text +
-                          "\r\n-----END " + label + "-----\n";
-  CVD_free(text);
-  return OctetsOf(pem);
+Octets ListPem(const Octets& der, const std::string& label = "X509 CRL") {
+  return OctetsOf("Issuer: CN = Issuer\n-----BEGIN " + label + "-----\r\n" + Base64(der) +
+                  "\r\n-----END " + label + "-----\n");
 }
 
 struct Loaded {
@@ -142,7 +119,7 @@ TEST(CrlLoad, ReadsListsInBothEncodings) {
       {"Version1", MakeList({.version = {}, .entries = {Entry("01")}}), 1},
       {"WithoutEntries", MakeList({.next_update = late}), 0, 2524608000},
       {"EmptyEntries", MakeList({.entries = {{}}}), 0},
-      {"Pem", Pem(MakeList({.entries = {Entry("01"), Entry("02", {Reason(8)})}})), 2},
+      {"Pem", ListPem(MakeList({.entries = {Entry("01"), Entry("02", {Reason(8)})}})), 2},
       {"Unknown", MakeList({.entries = {Entry("01", {ignored})}, .extensions = {ignored}}), 1},
       {"OwnIssuerInEntry", MakeList({.entries = {Entry("01", {EntryIssuer("ISSUER")})}}), 1},
       {"GeneralizedTime", MakeList({.entries = {Sequence({Hex("020101"), late})}}), 1},
@@ -162,7 +139,7 @@ TEST(CrlLoad, ReadsListsInBothEncodings) {
 
 TEST(CrlLoad, RefusesWhatItDoesNotUnderstand) {
   const Octets good = MakeList({});
-  const Octets pem = Pem(good);
+  const Octets pem = ListPem(good);
   const auto with_issuer = [](std::string_view names) {
     return MakeList({.entries = {Entry("02", {Extension("2.5.29.29", Hex(names))})},
                      .extensions = {Idp(kIndirect)}});
@@ -183,7 +160,7 @@ TEST(CrlLoad, RefusesWhatItDoesNotUnderstand) {
   } rows[] = {
       {"Nothing", {}, kBadList},
       {"NoText", OctetsOf("no list"), kBadList},
-      {"OtherLabel", Pem(good, "CERTIFICATE"), kBadList},
+      {"OtherLabel", ListPem(good, "CERTIFICATE"), kBadList},
       {"WithoutEnd", Octets(pem.begin(), pem.end() - 23), kBadList},
       {"NoBase64", OctetsOf("-----BEGIN X509 CRL-----\n*\n-----END X509 CRL-----"), kBadList},
       {"Trailing", Join({good, Hex("00")}), kBadList},

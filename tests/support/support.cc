@@ -36,6 +36,24 @@ Octets OctetsOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 Octets OctetsOf(const BIN& bin) { return {bin.data, bin.data + bin.length}; }
 
+std::string StringOf(const Octets& octets) { return {octets.begin(), octets.end()}; }
+
+std::string Base64(const Octets& octets) {
+  const Input input(octets);
+  char* text = nullptr;
+  EXPECT_EQ(CVD_BinToBase64(input.bin(), &text), 0u);
+  std::string base64 = text;
+  CVD_free(text);
+  return base64;
+}
+
+std::string Pem(const Octets& octets, const std::string& label) {
+  std::string pem = "-----BEGIN " + label + "-----\n";
+  const std::string base64 = Base64(octets);
+  for (size_t at = 0; at < base64.size(); at += 64) pem += base64.substr(at, 64) + '\n';
+  return pem + "-----END " + label + "-----\n";
+}
+
 Octets ReadFile(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
   EXPECT_TRUE(in) << path;

@@ -23,6 +23,10 @@ Octets Hex(std::string_view text);
 std::string ToHex(const Octets& octets);
 Octets OctetsOf(std::string_view text);
 Octets OctetsOf(const BIN& bin);
+std::string StringOf(const Octets& octets);
+std::string Base64(const Octets& octets);
+// A PEM block, wrapped at 64 characters.
+std::string Pem(const Octets& octets, const std::string& label = "CERTIFICATE");
 Octets ReadFile(const std::filesystem::path& path);
 
 // A BIN over a heap block of exactly the input's size, so that a sanitizer sees a read past it.

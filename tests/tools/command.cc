@@ -7,8 +7,6 @@
 
 #include <fstream>
 
-#include "corvid/codec.h"
-
 namespace corvid::test {
 
 TemporaryFolder::TemporaryFolder() {
@@ -51,24 +49,6 @@ Result RunCommand(const std::vector<std::string>& arguments, const std::string& 
     return std::filesystem::is_regular_file(path) ? StringOf(ReadFile(path)) : std::string();
   };
   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), read(out), read(err)};
-}
-
-std::string StringOf(const Octets& octets) { return {octets.begin(), octets.end()}; }
-
-std::string Base64(const Octets& octets) {
-  const Input input(octets);
-  char* text = nullptr;
-  EXPECT_EQ(CVD_BinToBase64(input.bin(), &text), 0u);
-  std::string base64 = text;
-  CVD_free(text);
-  return base64;
-}
-
-std::string Pem(const Octets& octets, const std::string& label) {
-  std::string pem = "-----BEGIN " + label + "-----\n";
-  const std::string base64 = Base64(octets);
-  for (size_t at = 0; at < base64.size(); at += 64) pem += base64.substr(at, 64) + '\n';
-  return pem + "-----END " + label + "-----\n";
 }
 
 }  // namespace corvid::test

@@ -37,11 +37,6 @@ class TemporaryFolder {
   std::filesystem::path path_;
 };
 
-std::string StringOf(const Octets& octets);
-std::string Base64(const Octets& octets);
-// A PEM block, wrapped at 64 characters.
-std::string Pem(const Octets& octets, const std::string& label = "CERTIFICATE");
-
 }  // namespace corvid::test
 
 #endif  // CORVID_TESTS_TOOLS_COMMAND_H_

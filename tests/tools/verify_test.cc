@@ -17,7 +17,7 @@
 
 #include "chain.h"
 #include "command.h"
-#include "support/support.h"
+#include "support/signing.h"
 
 static int g_verifications = 0;
 
@@ -49,14 +49,6 @@ EVP_PKEY* KeyOf(Key key) {
   return pkey;
 }
 
-Octets SpkiOf(Key key) {
-  uint8_t* der = nullptr;
-  const int size = i2d_PUBKEY(KeyOf(key), &der);
-  Octets spki(der, der + size);
-  OPENSSL_free(der);
-  return spki;
-}
-
 constexpr const char* kSha1Rsa = "1.2.840.113549.1.1.5";
 constexpr const char* kSha256Rsa = "1.2.840.113549.1.1.11";
 constexpr const char* kEcdsa = "1.2.840.10045.4.3.2";
@@ -65,15 +57,8 @@ Octets AlgorithmOf(const std::string& oid) { return Sequence({Oid(oid), Hex("050
 
 // SEQUENCE { tbs, algorithm, signature }.
 Octets Sign(const Octets& tbs, Key key, const std::string& algorithm) {
-  const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
-                                                                        EVP_MD_CTX_free);
-  const EVP_MD* md = algorithm == kSha1Rsa ? EVP_sha1() : EVP_sha256();
-  EXPECT_EQ(EVP_DigestSignInit(context.get(), nullptr, md, nullptr, KeyOf(key)), 1);
-  size_t size = 512;
-  Octets signature(size);
-  EXPECT_EQ(EVP_DigestSign(context.get(), signature.data(), &size, tbs.data(), tbs.size()), 1);
-  signature.resize(size);
-  return Sequence({tbs, AlgorithmOf(algorithm), Der(0x03, Join({Hex("00"), signature}))});
+  const EVP_MD* hash = algorithm == kSha1Rsa ? EVP_sha1() : EVP_sha256();
+  return Sequence({tbs, AlgorithmOf(algorithm), SignatureOf(KeyOf(key), tbs, hash)});
 }
 
 Octets NameOf(const char* text, uint8_t tag = 0x0C) { return Name({{"2.5.4.3", Der(tag, text)}}); }
@@ -87,7 +72,7 @@ struct Link {
 
   Octets der() const {
     CertificateParts full = parts;
-    full.spki = SpkiOf(key);
+    full.spki = PublicKeyInfo(KeyOf(key));
     const test::Certificate unsigned_one(MakeCertificate(full));
     Output tbs;
     EXPECT_EQ(CVD_ASN_EncodePDU(&tbs, unsigned_one.get(), CVD_PDU_TBS_CERTIFICATE), 0u);
