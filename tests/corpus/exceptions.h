@@ -48,7 +48,7 @@ struct Disagreement {
   const char* reason;
 };
 
-// Fields that differ from what the openssl command says, beside the serial numbers that are
+// Fields that differ from what OpenSSL says, beside the serial numbers that are
 // negative (shown there by sign and magnitude, here by their octets).
 constexpr Disagreement kDisagreements[] = {
     {"ct-go/xf-der-pubkey-rsa-nonminimal-int.der", "keyLength", "the key is no DER: no length"},

@@ -128,7 +128,7 @@ std::span<const Operation> Operations();
 std::vector<std::string> RefuseArguments(const Sample& sample);
 
 // The samples with which each operation succeeds, and all its allocations happen.
-Inputs RichInputs();
+Inputs RichInputs(bool large = true);
 Inputs KcdsaInputs();
 
 }  // namespace corvid::test

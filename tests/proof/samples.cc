@@ -79,9 +79,9 @@ Octets LongName() {
 }
 
 // Values that are decoded into a block, though those of usual sizes need none.
-std::vector<Octets> Extensions(const Octets& identity) {
+std::vector<Octets> Extensions(const Octets& identity, bool large) {
   const Octets directory = Der(0xA4, IssuerName());
-  const Octets wide = Der(0x86, Octets(2048, 'w'));
+  const Octets wide = Der(0x86, Octets(large ? 2048 : 1, 'w'));
   const Octets other = Sequence({Oid("1.2.3.4"), Der(0xA0, kText)}, 0xA0);
   const Octets holder = Sequence({Oid("1.2.410.200004.10.1.1"), Der(0xA0, identity)}, 0xA0);
   const Octets names =
@@ -104,12 +104,12 @@ std::vector<Octets> Extensions(const Octets& identity) {
       Extension("2.5.29.14", Hex("0404AABBCCDD")),
       Extension("2.5.29.15", Hex("03020186"), true),
       Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3"), Sequence({cps, notice})}),
-                                       Repeat(Sequence({Oid("1.2.4")}), 50)})),
+                                       Repeat(Sequence({Oid("1.2.4")}), large ? 50 : 1)})),
       Extension("2.5.29.17", Der(0x30, Join({holder, names}))),
       Extension("2.5.29.18", Der(0x30, names)),
       Extension("2.5.29.19", Hex("30060101FF020100")),
-      Extension("2.5.29.37",
-                Der(0x30, Join({Oid("1.3.6.1.5.5.7.3.1"), Repeat(Oid("1.2.3.7"), 200)}))),
+      Extension("2.5.29.37", Der(0x30, Join({Oid("1.3.6.1.5.5.7.3.1"),
+                                             Repeat(Oid("1.2.3.7"), large ? 200 : 1)}))),
       Extension("2.5.29.31", Der(0x30, points)),
       Extension("1.3.6.1.5.5.7.1.1", Der(0x30, access)),
       Extension("2.16.840.1.113730.1.1", Hex("030200FF")),
@@ -141,7 +141,7 @@ Octets SignedCertificate(CertificateParts parts, EVP_PKEY* key) {
 
 }  // namespace
 
-Inputs RichInputs() {
+Inputs RichInputs(bool large) {
   const Key key(EVP_RSA_gen(1024), EVP_PKEY_free);
   Inputs in;
   AddPrivateKey(key.get(), &in);
@@ -157,9 +157,9 @@ Inputs RichInputs() {
   in.identity_data =
       Sequence({kText, Sequence({Sequence({Oid("1.2.410.200004.10.1.1.1"), vid_der})})});
   CertificateParts parts{.issuer = IssuerName(),
-                         .subject = LongName(),
+                         .subject = large ? LongName() : IssuerName(),
                          .spki = PublicKeyInfo(key.get()),
-                         .extensions = Extensions(in.identity_data)};
+                         .extensions = Extensions(in.identity_data, large)};
   in.certificate = SignedCertificate(parts, key.get());
   parts.subject = IssuerName();
   in.issuer = SignedCertificate(parts, key.get());

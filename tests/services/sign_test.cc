@@ -295,21 +295,5 @@ TEST(PrivateKey, IsTakenOrRefusedWithEachElementSpoiled) {
   }
 }
 
-// Each number of a key, one after the other, is no longer the one that fits.
-TEST(PrivateKey, RefusesNumbersThatDoNotFitTogether) {
-  for (const char* name : {"rsa1.der", "dsa1.der"}) {
-    const Octets key = Read(name);
-    int numbers = 0;
-    for (size_t at = 4; at < key.size(); ++numbers) {  // a header of four octets comes first
-      const size_t length = key[at + 1] == 0x81 ? key[at + 2] + 1u : key[at + 1];
-      at += 2 + length;
-      Octets other = key;
-      other[at - 1] ^= 2;
-      EXPECT_EQ(Loaded(other).status, uint32_t{CVD_CSP_ERR_BAD_KEY}) << name << ' ' << numbers;
-    }
-    EXPECT_EQ(numbers, name[0] == 'r' ? 9 : 6);
-  }
-}
-
 }  // namespace
 }  // namespace corvid::test

@@ -15,11 +15,12 @@ struct Element {
   std::optional<Octets> instead = {};  // what it is encoded as
 };
 // Of one element, whose parts need not be well-formed.
-Element Parse(const Octets& der, bool inside_strings = false);
+Element Parse(const Octets& der);
 Octets Encode(const Element& element);
 
 // Every variant of the DER with one element, at any depth and inside strings, that is replaced by
-// NULL, left out, doubled, emptied, an octet longer, or of another first octet.
+// NULL, left out, doubled, emptied, an octet longer, or of another first octet. None of octets that
+// are no DER.
 std::vector<Octets> Spoiled(const Octets& der);
 // The same, not inside strings, and with what its type cares for: lengths that are no DER, other
 // tags, signs and paddings, times, unused bits, additional parts and other orders.
