@@ -402,18 +402,10 @@ uint32_t IssueRequest(const Sample& in, Results* out) {
 // ---- the table -----------------------------------------------------------------------------
 
 // What calls that are refused do not look at, or leave as it is.
-struct Unused {
-  CVD_CRLInfo list;
-  CVD_Certificate* record;
-  CVD_SubjectPublicKeyInfo key;
-  CVD_TraceEntry entry;
-  PKCCertTemplate certificate;
-  PKCGenExtOptions options;
-  PKCGenContext context;
-  uint16_t unit;
-  int32_t room = 1100;
-  uint32_t size = 1100;
-} g_unused;
+template <typename Value>
+Value g_unused{};
+int32_t g_room = sizeof Results::texts[0];
+uint32_t g_size = sizeof Results::texts[0];
 
 // A row of a function with a status, and one of functions in any expression that gives one.
 #define OF(function, arguments, ...) \
@@ -461,12 +453,13 @@ const Operation kOperations[] = {
     ROW("CVD_ASN_DecodePDU CVD_ASN_DecodePDUInto", DecodeAsEachType(in, out), kUntouched, kAsn),
     OF(CVD_ASN_DotVal2OID, (&out->oid, in.in.dotted.c_str()), kUntouched, kAsn),
     OF(CVD_ASN_EncodePDU, (&out->bin[0], in.certificate, CVD_PDU_CERTIFICATE), kUntouched, kAsn),
-    ROW("CVD_ASN_FreePDU CVD_ASN_ResetOID", (CVD_ASN_FreePDU(nullptr, 0),
-        CVD_ASN_ResetOID(nullptr), 0), kNever),
+    ROW("CVD_ASN_FreePDU CVD_ASN_ResetOID", (CVD_ASN_FreePDU(nullptr, 0), CVD_ASN_ResetOID(nullptr),
+        0), kNever),
     ROW("CVD_ASN_General2Time CVD_ASN_Time2UTC CVD_ASN_UTC2Time", ConvertTimes(in, out), kNever),
-    ROW("CVD_ASN_GetDecodeFailure", CVD_ASN_GetDecodeFailure(nullptr) == CVD_ASN_ERR_INVALID_INPUT
-        ? 0 : kFailed, kNever),
-    ROW("CVD_ASN_OID2DotVal CVD_ASN_OID2DotValInto", CVD_ASN_OID2DotVal(&out->text, AlgorithmOf(in)), kUntouched, kAsn),
+    ROW("CVD_ASN_GetDecodeFailure",
+        CVD_ASN_GetDecodeFailure(nullptr) == CVD_ASN_ERR_INVALID_INPUT ? 0 : kFailed, kNever),
+    ROW("CVD_ASN_OID2DotVal CVD_ASN_OID2DotValInto",
+        CVD_ASN_OID2DotVal(&out->text, AlgorithmOf(in)), kUntouched, kAsn),
 
     // Texts.
     OF(CVD_Base64ToBin, (in.in.base64.c_str(), &out->bin[0]), kUntouched, kCodec),
@@ -564,23 +557,21 @@ const Operation kOperations[] = {
     OF(CVD_ImplementRDN, (nullptr, &out->name, in.in.name.c_str()), kUntouched, kMalloc, kAsn,
         kCodec, kNoNode),
     OF(CVD_GetAttrTypeAndValue, (in.in.attribute.data(),
-        static_cast<int32_t>(in.in.attribute.size()), &out->lists[0],
-        &out->lists[1]), kUntouched, kMalloc),
+        static_cast<int32_t>(in.in.attribute.size()), &out->lists[0], &out->lists[1]), kUntouched,
+        kMalloc),
     ROW("CVD_NameFree", (CVD_NameFree(nullptr), 0), kNever),
 
     // Extensions.
-    ROW("CVD_GetExtension", CVD_GetExtension(in.extensions, CVD_ASN_GetOID(CVD_OID_VID)) == nullptr
-        ? 0 : kFailed, kNever),
+    ROW("CVD_GetExtension", CVD_GetExtension(in.extensions,
+        CVD_ASN_GetOID(CVD_OID_VID)) == nullptr ? 0 : kFailed, kNever),
     OF(CVD_PKC_NSCertType_ToString, (TEXT(0), &out->flags, in.extensions), kNever),
     OF(CVD_PKC_KeyUsage_ToString, (TEXT(0), &out->flags, in.extensions), kNever),
     OF(CVD_PKC_ExtKeyUsage_ToString, (TEXT(0), &out->flags, in.extensions), kLess, kExtension),
     OF(CVD_PKC_BasicConsts_ToString, (TEXT(0), in.extensions), kNever),
-    OF(CVD_PKC_AuthInfoAccess_ToString, (TEXT(0), in.extensions), kLess, kExtension, kMalloc,
-        kName),
+    OF(CVD_PKC_AuthInfoAccess_ToString, (TEXT(0), in.extensions), kLess, kExtension, kMalloc, kName),
     OF(CVD_PKC_CrlDistPoints_ToString, (TEXT(0), in.extensions), kLess, kExtension),
     OF(CVD_PKC_AltName_ToString, (TEXT(0), TEXT(1), TEXT(2), TEXT(3),
-        in.Node(CVD_OID_SUBJECT_ALT_NAME)), kLess,
-        kExtension, kMalloc, kName),
+        in.Node(CVD_OID_SUBJECT_ALT_NAME)), kLess, kExtension, kMalloc, kName),
     ROW("CVD_PKC_CertPolicies_ToString", RenderPolicies(in, out), kPartial, kPolicies),
     OF(CVD_GetNetscapeCertType, (nullptr, in.extensions, out->texts[0]), kNever),
     OF(CVD_GetKeyUsage, (nullptr, in.extensions, out->texts[0]), kNever),
@@ -593,8 +584,7 @@ const Operation kOperations[] = {
     OF(CVD_GetPolicy, (nullptr, in.extensions, &out->number, out->texts[0], out->texts[1]),
         kUntouched, kPolicies),
     OF(CVD_PKC_CertPolicies_Encode, (&out->bin[0], in.in.dotted.c_str(), in.in.base64.c_str(), 0,
-        NAMED(in.in.local)),
-        kUntouched, kAsn, kMalloc, kCodec),
+        NAMED(in.in.local)), kUntouched, kAsn, kMalloc, kCodec),
 
     // Key identifiers.
     OF(CVD_PKC_SubKeyId_Compute, (&out->bin[0], &in.rsa_key), kUntouched, kCsp),
@@ -621,8 +611,7 @@ const Operation kOperations[] = {
     ROW("CVD_CheckCaOrNot", NUMBER(CVD_CheckCaOrNot(nullptr, in.certificate)), kNever),
     OF(CVD_CheckKeyUsage, (nullptr, ExtensionOf(in, CVD_OID_KEY_USAGE), 0xFFFF), kNever),
     OF(CVD_CheckExtKeyUsage, (nullptr, ExtensionOf(in, CVD_OID_EXT_KEY_USAGE),
-        CVD_ASN_GetOID(CVD_OID_KP_SERVER_AUTH)),
-        kUntouched, kAsn),
+        CVD_ASN_GetOID(CVD_OID_KP_SERVER_AUTH)), kUntouched, kAsn),
     OF(CVD_CheckCertUsage, (nullptr, in.certificate, 7), kUntouched, kFailed),
 
     // Identity verification.
@@ -631,14 +620,12 @@ const Operation kOperations[] = {
     OF(CVD_PKC_VerifyVID, (&in.vid, CVD_HASH_SHA256, "1234561234567", &in.subject_key_id),
         kUntouched, kAsn, kCsp),
     OF(CVD_PKC_SubAltName_Encode, (&out->bin[0], NAMED(in.in.local), CVD_HASH_SHA256, &in.vid),
-        kUntouched, kAsn, kMalloc,
-        kCodec),
+        kUntouched, kAsn, kMalloc, kCodec),
     ROW("CVD_PKC_IdentityData_Decode", (out->flags = sizeof out->texts[0],
-        CVD_PKC_IdentityData_Decode(out->texts[0],
-        &out->flags, &out->number, &out->bin[0], &in.identity_data)), kPartial, kMalloc, kCodec),
+        CVD_PKC_IdentityData_Decode(out->texts[0], &out->flags, &out->number, &out->bin[0],
+        &in.identity_data)), kPartial, kMalloc, kCodec),
     ROW("CVD_PKC_GetVIDInfo", (out->flags = sizeof out->texts[0], CVD_PKC_GetVIDInfo(out->texts[0],
-        &out->flags,
-        &out->number, &out->bin[0], in.certificate)), kPartial, kAsn, kMalloc, kCodec),
+        &out->flags, &out->number, &out->bin[0], in.certificate)), kPartial, kAsn, kMalloc, kCodec),
     OF(CVD_GetVID, (TEXT(0), TEXT(1), TEXT(2), in.extensions), kPartial, kAsn, kMalloc, kCodec),
     OF(CVD_PKC_GetVIDHashAlg, (&out->number, &in.der), kPartial, kAsn, kMalloc, kCodec),
 
@@ -655,33 +642,34 @@ void (*const kRefuseOthers[])(const Sample& in, Results* out, Unrefused* unrefus
     REFUSING(CVD_ASN_DecodePDU, (&out->record, &in.der, CVD_PDU_CERTIFICATE)),
     REFUSING(CVD_ASN_DecodePDUInto, (&out->record, &in.der, CVD_PDU_CERTIFICATE, out->texts,
         sizeof out->texts)),
-    REFUSING(CVD_CRL_GetInfo, (in.crl, &g_unused.list)),
+    REFUSING(CVD_CRL_GetInfo, (in.crl, &g_unused<CVD_CRLInfo>)),
     REFUSING(CVD_CSP_ComputeMsgSignature, (&out->bin[0], &in.der, in.key, in.in.sign, nullptr)),
     REFUSING(CVD_CSP_GetKeyLength, (&out->flags, &in.rsa_key, CVD_PKEY_DSA, &in.kcdsa_parameters)),
     REFUSING(CVD_CSP_Hash, (&out->bin[0], &in.der, CVD_HASH_SHA256)),
     REFUSING(CVD_CSP_VerifyMsgSignature, (&in.der, &in.der, &in.rsa_key, in.in.sign, nullptr)),
     REFUSING(CVD_ConvCodeSet, ("ko_KR-UTF-8", "ko_KR-euc", "a", out->texts[0])),
-    REFUSING(CVD_DecodeBMPStr, (1, &g_unused.unit, out->texts[0])),
-    REFUSING(CVD_GetCertificateCtxBin, (nullptr, &in.der, &g_unused.record)),
-    REFUSING(CVD_PKC_ASNString_Decode, (out->texts[0], &g_unused.room, OCTETS(in.string))),
+    REFUSING(CVD_DecodeBMPStr, (1, &g_unused<uint16_t>, out->texts[0])),
+    REFUSING(CVD_GetCertificateCtxBin, (nullptr, &in.der, &g_unused<CVD_Certificate*>)),
+    REFUSING(CVD_PKC_ASNString_Decode, (out->texts[0], &g_room, OCTETS(in.string))),
     REFUSING(CVD_PKC_AsnSubPubKeyInfo_Decode, (&out->number, &out->bin[0], &out->bin[1],
         &in.certificate->tbsCertificate.subjectPublicKeyInfo)),
-    REFUSING(CVD_PKC_AsnSubPubKeyInfo_Encode, (&g_unused.key, CVD_PKEY_DSA, &in.kcdsa_parameters,
-        &in.rsa_key)),
-    REFUSING(CVD_PKC_BIN_ToHex, (out->texts[0], &g_unused.room, &in.der)),
-    REFUSING(CVD_PKC_Cert_Encode, (&out->bin[0], &g_unused.certificate, CVD_PKEY_RSA, nullptr,
+    REFUSING(CVD_PKC_AsnSubPubKeyInfo_Encode, (&g_unused<CVD_SubjectPublicKeyInfo>, CVD_PKEY_DSA,
+        &in.kcdsa_parameters, &in.rsa_key)),
+    REFUSING(CVD_PKC_BIN_ToHex, (out->texts[0], &g_room, &in.der)),
+    REFUSING(CVD_PKC_Cert_Encode, (&out->bin[0], &g_unused<PKCCertTemplate>, CVD_PKEY_RSA, nullptr,
         in.key)),
     REFUSING(CVD_PKC_CertPolicies_ToString, (&out->number, TEXT(0), TEXT(1), TEXT(2),
         in.extensions)),
     REFUSING(CVD_PKC_GenCertificate, (&out->bin[0], 7, CVD_SIGN_SHA256_RSA, 0, 1, "cn=a",
-        CVD_PKEY_RSA, nullptr, &in.rsa_key, in.issuer, &g_unused.options, &g_unused.context)),
-    REFUSING(CVD_PKC_GetVIDInfo, (out->texts[0], &g_unused.size, &out->number, &out->bin[0],
+        CVD_PKEY_RSA, nullptr, &in.rsa_key, in.issuer, &g_unused<PKCGenExtOptions>,
+        &g_unused<PKCGenContext>)),
+    REFUSING(CVD_PKC_GetVIDInfo, (out->texts[0], &g_size, &out->number, &out->bin[0],
         in.certificate)),
-    REFUSING(CVD_PKC_IdentityData_Decode, (out->texts[0], &g_unused.size, &out->number,
-        &out->bin[0], &in.identity_data)),
+    REFUSING(CVD_PKC_IdentityData_Decode, (out->texts[0], &g_size, &out->number, &out->bin[0],
+        &in.identity_data)),
     REFUSING(CVD_PKC_StrBuf_AddString, (&out->buffer, "a", 1)),
     REFUSING(CVD_PKC_StrBuf_Init, (&out->buffer, 8, 8)),
-    REFUSING(CVD_Trace_Get, (0, &g_unused.entry)),
+    REFUSING(CVD_Trace_Get, (0, &g_unused<CVD_TraceEntry>)),
 };
 // clang-format on
 
