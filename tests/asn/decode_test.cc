@@ -413,18 +413,11 @@ CVD_X520Name64 Name64(const std::string& text) {
   return name;
 }
 
-std::string Repeat(const char* text, size_t count) {
-  std::string all;
-  for (size_t i = 0; i < count; ++i) all += text;
-  return all;
-}
-
 TEST(Encoding, ChecksBoundsInCharacters) {
   const std::string hangul = "\xEA\xB0\x80";
-  EXPECT_EQ(Encoded(Name64(Repeat(hangul.c_str(), 64)), CVD_PDU_X520_COMMON_NAME).substr(0, 8),
-            "0c81c0ea");
-  EXPECT_EQ(Encoded(Name64(Repeat(hangul.c_str(), 65)), CVD_PDU_X520_COMMON_NAME), "1021");
-  EXPECT_EQ(Encoded(Name64(Repeat("a", 65)), CVD_PDU_X520_TITLE), "1021");
+  EXPECT_EQ(Encoded(Name64(Repeat(64, hangul)), CVD_PDU_X520_COMMON_NAME).substr(0, 8), "0c81c0ea");
+  EXPECT_EQ(Encoded(Name64(Repeat(65, hangul)), CVD_PDU_X520_COMMON_NAME), "1021");
+  EXPECT_EQ(Encoded(Name64(Repeat(65, "a")), CVD_PDU_X520_TITLE), "1021");
   EXPECT_EQ(Encoded(Name64("\xEA\xB0"), CVD_PDU_X520_COMMON_NAME), "1020");
   EXPECT_EQ(Encoded(CVD_X520Name64{1, {}}, CVD_PDU_X520_COMMON_NAME), "1022");
   EXPECT_EQ(Encoded(CVD_X520CountryName{"k"}, CVD_PDU_X520_COUNTRY_NAME), "1021");

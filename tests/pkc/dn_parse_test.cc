@@ -12,12 +12,6 @@ namespace {
 
 using std::string_literals::operator""s;
 
-std::string Repeat(size_t count, std::string_view text) {
-  std::string all;
-  while (count-- > 0) all += text;
-  return all;
-}
-
 // A name from text, released at the end.
 struct ParsedName : CVD_Name {
   explicit ParsedName(const std::string& text) : CVD_Name{7, 7, nullptr} {

@@ -40,12 +40,6 @@ Octets Value(const std::string& type, const Octets& der) { return Sequence({Oid(
 Octets Rdn(std::initializer_list<Octets> values) { return Sequence(values, 0x31); }
 Octets Printable(std::string_view text) { return Der(0x13, text); }
 Octets Utf8(std::string_view text) { return Der(0x0C, text); }
-std::string Repeat(size_t count, std::string_view text) {
-  std::string all;
-  while (count-- > 0) all += text;
-  return all;
-}
-
 // ---- rendering -----------------------------------------------------------------------------
 
 TEST(NameText, HasTheDocumentedForm) {

@@ -23,12 +23,6 @@ using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
 const Octets kHangul = Hex("ED998DEAB8B8EB8F99");  // in UTF-8
 const Octets kText = Der(0x0C, kHangul);
 
-Octets Repeat(const Octets& part, int count) {
-  Octets all;
-  for (int i = 0; i < count; ++i) all.insert(all.end(), part.begin(), part.end());
-  return all;
-}
-
 template <typename Encoder, typename Key>
 Octets Encoded(Encoder encoder, const Key* key) {
   uint8_t* der = nullptr;

@@ -5,13 +5,6 @@
 namespace corvid::test {
 namespace {
 
-Octets Repeat(const Octets& part, size_t count) {
-  Octets all;
-  all.reserve(part.size() * count);
-  for (size_t i = 0; i < count; ++i) all.insert(all.end(), part.begin(), part.end());
-  return all;
-}
-
 // One part after the other, each made of its number.
 template <typename Make>
 Octets Each(size_t count, Make make) {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "support/support.h"
 
 namespace corvid::test {
@@ -33,18 +31,13 @@ constexpr DigestRow kDigests[] = {
      "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f"},
 };
 
-TEST(Hash, GivesThePublishedDigestsInManyThreads) {
-  const auto hash = [] {
-    for (const DigestRow& row : kDigests) {
-      const Input message(OctetsOf(std::string_view(row.message)));
-      Output digest;
-      EXPECT_EQ(CVD_CSP_Hash(&digest, message.bin(), row.hashID), 0u) << row.hashID;
-      EXPECT_EQ(ToHex(digest.octets()), row.digest);
-    }
-  };
-  std::thread threads[4];
-  for (std::thread& thread : threads) thread = std::thread(hash);
-  for (std::thread& thread : threads) thread.join();
+TEST(Hash, GivesThePublishedDigests) {
+  for (const DigestRow& row : kDigests) {
+    const Input message(OctetsOf(std::string_view(row.message)));
+    Output digest;
+    EXPECT_EQ(CVD_CSP_Hash(&digest, message.bin(), row.hashID), 0u) << row.hashID;
+    EXPECT_EQ(ToHex(digest.octets()), row.digest);
+  }
 }
 
 TEST(Hash, RefusesUnknownNumbers) {

@@ -44,17 +44,10 @@ namespace {
 
 class WholeFile : public testing::Test {
  protected:
-  void SetUp() override {
-    char folder[] = "/tmp/corvid-io-XXXXXX";
-    folder_ = mkdtemp(folder);
-  }
-  void TearDown() override {
-    g_reads = {};
-    std::filesystem::remove_all(folder_);
-  }
+  void TearDown() override { g_reads = {}; }
 
-  std::string Path(const char* name = "file") const { return folder_ / name; }
-  void Write(std::string_view content) const { std::ofstream(Path()) << content; }
+  std::string Path(const char* name = "file") const { return folder_.Path(name); }
+  void Write(const std::string& content) const { folder_.Write("file", content); }
   // Reads a file and compares what it gives; no descriptor stays open.
   static void ExpectRead(const std::string& path, uint32_t status, std::string_view content) {
     const int descriptor = dup(0);
@@ -69,7 +62,7 @@ class WholeFile : public testing::Test {
   }
 
   const std::string content_ = std::string(5000, 'c') + '\0' + "end";
-  std::filesystem::path folder_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(WholeFile, IsReadToTheByteOrNotAtAll) {

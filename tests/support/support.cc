@@ -54,6 +54,32 @@ std::string Pem(const Octets& octets, const std::string& label) {
   return pem + "-----END " + label + "-----\n";
 }
 
+Octets Repeat(const Octets& part, size_t count) {
+  Octets all;
+  all.reserve(count * part.size());
+  while (count-- > 0) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+std::string Repeat(size_t count, std::string_view text) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = std::filesystem::temp_directory_path() / "pkc_test_XXXXXX";
+  path_ = mkdtemp(pattern.data());
+}
+
+TemporaryFolder::~TemporaryFolder() { std::filesystem::remove_all(path_); }
+
+std::string TemporaryFolder::Write(const std::string& name, const std::string& content) const {
+  std::filesystem::create_directories((path_ / name).parent_path());
+  std::ofstream(path_ / name, std::ios::binary) << content;
+  return path_ / name;
+}
+
 Octets ReadFile(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
   EXPECT_TRUE(in) << path;

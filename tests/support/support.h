@@ -27,7 +27,24 @@ std::string StringOf(const Octets& octets);
 std::string Base64(const Octets& octets);
 // A PEM block, wrapped at 64 characters.
 std::string Pem(const Octets& octets, const std::string& label = "CERTIFICATE");
+Octets Repeat(const Octets& part, size_t count);
+std::string Repeat(size_t count, std::string_view text);
 Octets ReadFile(const std::filesystem::path& path);
+
+// A folder of its own, which goes away.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+  // The path of a new file of the content.
+  std::string Write(const std::string& name, const std::string& content) const;
+  std::string Path(const std::string& name) const { return path_ / name; }
+
+ private:
+  std::filesystem::path path_;
+};
 
 // A BIN over a heap block of exactly the input's size, so that a sanitizer sees a read past it.
 class Input {

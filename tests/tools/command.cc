@@ -5,22 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
-
 namespace corvid::test {
-
-TemporaryFolder::TemporaryFolder() {
-  std::string pattern = std::filesystem::temp_directory_path() / "pkc_test_XXXXXX";
-  path_ = mkdtemp(pattern.data());
-}
-
-TemporaryFolder::~TemporaryFolder() { std::filesystem::remove_all(path_); }
-
-std::string TemporaryFolder::Write(const std::string& name, const std::string& content) const {
-  std::filesystem::create_directories((path_ / name).parent_path());
-  std::ofstream(path_ / name, std::ios::binary) << content;
-  return path_ / name;
-}
 
 Result RunCommand(const std::vector<std::string>& arguments, const std::string& input,
                   const std::string& output) {

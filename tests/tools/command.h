@@ -22,21 +22,6 @@ struct Result {
 Result RunCommand(const std::vector<std::string>& arguments, const std::string& input = "",
                   const std::string& output = "");
 
-// A folder of its own, which goes away.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-  // The path of a new file of the content.
-  std::string Write(const std::string& name, const std::string& content) const;
-  std::string Path(const std::string& name) const { return path_ / name; }
-
- private:
-  std::filesystem::path path_;
-};
-
 }  // namespace corvid::test
 
 #endif  // CORVID_TESTS_TOOLS_COMMAND_H_

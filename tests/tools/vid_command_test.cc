@@ -80,11 +80,8 @@ TEST(VidCommand, RefusesWhatItCannotUse) {
       {"NumberMissing", "/nowhere", good.random, "", 3, "/nowhere: No such file"},
       {"NumberNotPrintable", good.folder.Write("a", "1234*"), good.random, "", 2,
        "identification number: 1020"},
-      {"NumberWithNul",
-       good.folder.Write("b", std::string("12\0"
-                                          "34",
-                                          5)),
-       good.random, "", 2, "holds a NUL"},
+      {"NumberWithNul", good.folder.Write("b", std::string("12\0x", 4)), good.random, "", 2,
+       "holds a NUL"},
       {"RandomShort", good.number, good.folder.Write("c", std::string(19, 'r')), "", 2,
        "fewer than 20 octets"},
       {"BothFromStandardInput", "-", "-", "", 2, "one of the two"},
