@@ -337,16 +337,6 @@ TEST(CertificateRecord, HasNoUndefinedOctets) {
   EXPECT_EQ(std::memcmp(&type, CVD_ASN_GetOID(CVD_OID_COMMON_NAME), 8), 0);
 }
 
-TEST(CertificateRecord, EveryCutIsRefusedAndNothingPastItIsRead) {
-  CertificateParts parts;
-  parts.extensions = {Extension("2.5.29.15", Hex("03020106"), true)};
-  const Octets der = MakeCertificate(parts);
-  for (size_t length = 0; length < der.size(); ++length) {
-    const Certificate cut(Octets(der.begin(), der.begin() + static_cast<std::ptrdiff_t>(length)));
-    EXPECT_NE(cut.status, 0u) << length;
-  }
-}
-
 // ---- memory --------------------------------------------------------------------------------
 
 struct Flood {

@@ -1,10 +1,8 @@
 // The information records, public keys and key parameters, thumbprints, options and versions.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
 
 #include "support/support.h"
@@ -264,9 +262,8 @@ TEST(ExtensionPass, SomeFailuresEndItAndSomeDoNot) {
 
 TEST(EntryPoints, FileAndBufferGiveTheSameRecord) {
   const Octets der = MakeCertificate({});
-  const std::string path = testing::TempDir() + "corvid_info_" + std::to_string(getpid()) + ".der";
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(der.data()), static_cast<std::streamsize>(der.size()));
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("der", StringOf(der));
   const auto length = static_cast<uint32_t>(der.size());
   PKCCertInfo from_file;
   PKCCertInfo from_buffer;
@@ -276,7 +273,6 @@ TEST(EntryPoints, FileAndBufferGiveTheSameRecord) {
   EXPECT_EQ(CVD_ExtractCertInfo(nullptr, "/nowhere", der.data(), length, 1, &with_path), 0u);
   EXPECT_EQ(std::memcmp(&from_file, &from_buffer, sizeof from_file), 0);
   EXPECT_EQ(std::memcmp(&from_file, &with_path, sizeof from_file), 0);
-  std::remove(path.c_str());
 
   const Certificate certificate(der);
   PKCCertInfo from_record;
@@ -302,8 +298,7 @@ TEST(EntryPoints, RefuseMissingInput) {
   const uint8_t octet = 0x30;
   EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, UINT32_MAX, 1, &info), refused);
   EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, 0, 1, &info), uint32_t{CVD_ASN_ERR_TAG});
-  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, 1, 1, &info),
-            uint32_t{CVD_ASN_ERR_TRUNCATED});
+  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, 1, 1, &info), 1010u);
   EXPECT_EQ(CVD_ExtractCertInfo(nullptr, "/nowhere", nullptr, 0, 0, &info), 8003u);
   EXPECT_EQ(TakeTrace(),
             "CVD_ExtractCertInfo 36001\nCVD_ExtractCertInfo 1012\nCVD_ExtractCertInfo 1010\n"
@@ -456,8 +451,7 @@ TEST(PublicKey, IsHandedOutWithItsParameters) {
   parts.spki = Spki("1.2.3", {}, Hex("01"));
   const Certificate unknown(MakeCertificate(parts));
   Output nothing;
-  EXPECT_EQ(CVD_PKC_GetPubKeyInfo(&pkey_id, nullptr, &nothing, unknown.get()),
-            uint32_t{PKC_ERR_UNKNOWN_PKEYID});
+  EXPECT_EQ(CVD_PKC_GetPubKeyInfo(&pkey_id, nullptr, &nothing, unknown.get()), 36011u);
   EXPECT_EQ(pkey_id, -1);
   EXPECT_EQ(TakeTrace(), "CVD_PKC_GetPubKeyInfo 36011\n");
   EXPECT_EQ(CVD_GetCertPubKey(&nothing, Input("3000").bin()), uint32_t{CVD_ASN_ERR_TAG});

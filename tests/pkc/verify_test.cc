@@ -113,12 +113,10 @@ TEST(VerifySignature, FailuresAndTheirTraces) {
   CertificateParts parts;
   parts.signature = Der(0x03, Join({Hex("00"), Octets(64, 0x42)}));  // as wide as the key
   const Certificate wrong(MakeCertificate(parts));
-  EXPECT_EQ(CVD_PKC_VerifySignature(wrong.get(), issuer.get()),
-            uint32_t{PKC_ERR_INVALID_SIGNATURE});
+  EXPECT_EQ(CVD_PKC_VerifySignature(wrong.get(), issuer.get()), 36050u);
   parts.signature_oid = "1.2.3";
   const Certificate unknown(MakeCertificate(parts));
-  EXPECT_EQ(CVD_CheckSignature(nullptr, unknown.get(), issuer.get()),
-            uint32_t{PKC_ERR_UNKNOWN_SIGNID});
+  EXPECT_EQ(CVD_CheckSignature(nullptr, unknown.get(), issuer.get()), 36012u);
   // A key that is for another algorithm, whatever its octets.
   parts = {};
   parts.spki =
@@ -129,8 +127,7 @@ TEST(VerifySignature, FailuresAndTheirTraces) {
   parts = {};
   parts.spki = Sequence({Sequence({Oid("1.2.3")}), Hex("03020001")});
   const Certificate other_key(MakeCertificate(parts));
-  EXPECT_EQ(CVD_PKC_VerifySignature(wrong.get(), other_key.get()),
-            uint32_t{PKC_ERR_UNKNOWN_PKEYID});
+  EXPECT_EQ(CVD_PKC_VerifySignature(wrong.get(), other_key.get()), 36011u);
   EXPECT_EQ(TakeTrace(),
             "CVD_PKC_VerifySignature 36050\nCVD_PKC_VerifySignature 36012\n"
             "CVD_PKC_VerifySignature 6020\n"
