@@ -63,6 +63,9 @@ TEST(VidCommand, VectorsHold) {
         RunCommand({"vid", "show", "--json", files.certificate}).out)["certificates"][0];
     EXPECT_EQ(shown["holderName"], row.at("real_name"));
     EXPECT_EQ(shown["vid"], vid);
+    const std::string text = RunCommand({"vid", "show", files.certificate}).out;
+    EXPECT_EQ(text.find(files.certificate + ": certificate 1\nName  "), 0u) << text;
+    EXPECT_NE(text.find("\nVID                           " + vid + "\n"), text.npos) << text;
   }
 }
 
