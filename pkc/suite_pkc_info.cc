@@ -296,7 +296,6 @@ bool ChooseSource(const char* path, const uint8_t* der, uint32_t length, int32_t
 // them.
 struct Held {
   corvid::ScopedBin file;
-  corvid::ScopedBin digest;
   corvid::NearDecoded<CVD_Certificate, CVD_PDU_CERTIFICATE, 8192> certificate;
 };
 
@@ -308,11 +307,11 @@ uint32_t Extract(const Source& source, Held* held, PKCCertInfo* info) {
   }
   const BIN& der = source.path != nullptr ? held->file : source.octets;
   if (der.length < 0) return PKC_ERR_INVALID_INPUT;  // a length that no BIN has
-  if (const uint32_t status = CVD_CSP_Hash(&held->digest, &der, CVD_HASH_SHA1); status != 0) {
-    return status;
-  }
-  uint32_t status =
-      corvid::WriteHex(info->thumbprint, sizeof info->thumbprint, corvid::View(held->digest));
+  uint8_t digest[20];
+  uint32_t count = sizeof digest;
+  uint32_t status = CVD_CSP_HashInto(digest, &count, &der, CVD_HASH_SHA1);
+  if (status != 0) return status;
+  status = corvid::WriteHex(info->thumbprint, sizeof info->thumbprint, digest);
   if (status == 0) status = held->certificate.Decode(der);
   return status != 0 ? status : AllFields(held->certificate.get(), info);
 }

@@ -91,6 +91,20 @@ static uint32_t Hash(Bytes data, int32_t hashID, BIN* digest) {
 
 }  // namespace corvid
 
+uint32_t CVD_CSP_HashInto(uint8_t* digest, uint32_t* count, const BIN* data, int32_t hashID) {
+  if (digest == nullptr || count == nullptr || !corvid::IsReadable(data)) {
+    return CVD_CSP_ERR_INVALID_INPUT;
+  }
+  corvid::DigestValue value;
+  if (const uint32_t status = corvid::Digest({corvid::View(*data)}, hashID, &value); status != 0) {
+    return status;
+  }
+  if (value.length > *count) return CVD_CSP_ERR_INVALID_INPUT;
+  std::memcpy(digest, value.octets, value.length);
+  *count = static_cast<uint32_t>(value.length);
+  return 0;
+}
+
 uint32_t CVD_CSP_Hash(BIN* digest, const BIN* data, int32_t hashID) {
   if (digest == nullptr || !corvid::IsReadable(data)) return CVD_CSP_ERR_INVALID_INPUT;
   return corvid::Hash(corvid::View(*data), hashID, digest);

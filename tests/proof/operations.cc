@@ -471,7 +471,7 @@ const Operation kOperations[] = {
 
     // Cryptography, files, revocation lists.
     ROW("CVD_CSP_GetKeyLength", KeyLength(in, out), kNever),
-    ROW("CVD_CSP_Hash", HashByEach(in, out), kPartial, kCsp),
+    ROW("CVD_CSP_Hash CVD_CSP_HashInto", HashByEach(in, out), kPartial, kCsp),
     ROW("CVD_CSP_VerifyMsgSignature", VerifyMessage(in), kUntouched, kAsn, kCsp),
     OF(CVD_CSP_LoadPrivateKey, (&out->key, &in.private_key, nullptr), kUntouched, kCsp),
     OF(CVD_CSP_LoadPrivateKey, (&out->key, &in.encrypted_key, "secret"), kUntouched, kCsp),
@@ -515,11 +515,11 @@ const Operation kOperations[] = {
 
     // Records of a certificate.
     OF(CVD_ExtractCertInfo, (nullptr, nullptr, OCTETS(in.der), 1, &out->info.info), kLess, RECORD,
-        kAsn, kCsp),
+        kAsn),
     OF(CVD_ExtractCertInfo, (nullptr, in.in.path.c_str(), nullptr, 0, 0, &out->info.info), kLess,
-        kMalloc, kCsp, kName, kIo, kRead),
+        kMalloc, kName, kIo, kRead),
     OF(CVD_ExtractCertInfoEx, (nullptr, nullptr, OCTETS(in.der), 1, &out->info), kLess, RECORD,
-        kAsn, kCsp, kCodec, kAuthority),
+        kAsn, kCodec, kAuthority),
     OF(CVD_DoExtractCertInfo, (nullptr, in.certificate, &out->info.info), kLess, RECORD),
     OF(CVD_ExtractCertInfoNoExt, (nullptr, in.certificate, &out->info.info), kLess, kMalloc, kName),
     OF(CVD_ExtractCertExtension, (nullptr, in.certificate, &out->info.info), kLess, RECORD),
@@ -642,10 +642,13 @@ void (*const kRefuseOthers[])(const Sample& in, Results* out, Unrefused* unrefus
     REFUSING(CVD_ASN_DecodePDU, (&out->record, &in.der, CVD_PDU_CERTIFICATE)),
     REFUSING(CVD_ASN_DecodePDUInto, (&out->record, &in.der, CVD_PDU_CERTIFICATE, out->texts,
         sizeof out->texts)),
+    REFUSING(CVD_ASN_OID2DotValInto, (out->texts[0], &g_size, AlgorithmOf(in))),
     REFUSING(CVD_CRL_GetInfo, (in.crl, &g_unused<CVD_CRLInfo>)),
     REFUSING(CVD_CSP_ComputeMsgSignature, (&out->bin[0], &in.der, in.key, in.in.sign, nullptr)),
     REFUSING(CVD_CSP_GetKeyLength, (&out->flags, &in.rsa_key, CVD_PKEY_DSA, &in.kcdsa_parameters)),
     REFUSING(CVD_CSP_Hash, (&out->bin[0], &in.der, CVD_HASH_SHA256)),
+    REFUSING(CVD_CSP_HashInto, (reinterpret_cast<uint8_t*>(out->texts[0]), &g_size, &in.der,
+        CVD_HASH_SHA256)),
     REFUSING(CVD_CSP_VerifyMsgSignature, (&in.der, &in.der, &in.rsa_key, in.in.sign, nullptr)),
     REFUSING(CVD_ConvCodeSet, ("ko_KR-UTF-8", "ko_KR-euc", "a", out->texts[0])),
     REFUSING(CVD_DecodeBMPStr, (1, &g_unused<uint16_t>, out->texts[0])),

@@ -37,6 +37,16 @@ TEST(Hash, GivesThePublishedDigests) {
     Output digest;
     EXPECT_EQ(CVD_CSP_Hash(&digest, message.bin(), row.hashID), 0u) << row.hashID;
     EXPECT_EQ(ToHex(digest.octets()), row.digest);
+
+    // The same in the caller's memory, and in one octet less.
+    Octets area(digest.octets().size());
+    auto count = static_cast<uint32_t>(area.size()) - 1;
+    EXPECT_EQ(CVD_CSP_HashInto(area.data(), &count, message.bin(), row.hashID),
+              uint32_t{CVD_CSP_ERR_INVALID_INPUT});
+    EXPECT_EQ(area, Octets(area.size()));
+    ++count;
+    EXPECT_EQ(CVD_CSP_HashInto(area.data(), &count, message.bin(), row.hashID), 0u);
+    EXPECT_EQ(area, digest.octets());
   }
 }
 

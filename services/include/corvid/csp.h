@@ -80,6 +80,10 @@ CVD_EXPORT const char* CVD_CSP_GetErrorReason(uint32_t code, int32_t selector);
 /* Allocates the digest of `data` (empty data included) by the algorithm CVD_HASH_*; released with
  * CVD_BIN_Reset. */
 CVD_EXPORT uint32_t CVD_CSP_Hash(BIN* digest, const BIN* data, int32_t hashID);
+/* The same into the caller's `*count` octets; sets `*count` to those of the digest, 64 at most. Too
+ * few are CVD_CSP_ERR_INVALID_INPUT. A failure changes nothing. */
+CVD_EXPORT uint32_t CVD_CSP_HashInto(uint8_t* digest, uint32_t* count, const BIN* data,
+                                     int32_t hashID);
 /* The length in bits of the key whose subjectPublicKey octets are `key`: RSA the modulus, DSA,
  * KCDSA and DH the prime p of `parameters`, EC 8 bits an octet of the point's coordinate (66 octets
  * are 521). Told for every well-formed key, whatever its size. */
