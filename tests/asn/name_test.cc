@@ -37,7 +37,7 @@ TEST(NameComparison, OfOneValue) {
   const Row rows[] = {
       {"Identical", 0x13, "Org", 0x13, "Org", true},
       {"StringType", 0x13, "Org", 0x0C, "Org", true},
-      {"Case", 0x13, "ORG Ltd", 0x0C, "org lTD", true},
+      {"Case", 0x13, "AZ Ltd", 0x0C, "az lTD", true},
       {"BlanksAround", 0x13, "  Org ", 0x13, "Org", true},
       {"BlanksWithin", 0x13, "My   Org", 0x0C, "My Org", true},
       {"NoBlankIsAnother", 0x13, "My Org", 0x13, "MyOrg", false},

@@ -62,6 +62,7 @@ TEST(AlgorithmQuery, ReadsPemOrTracesWhyNot) {
       {"-----BEGIN X-----\n" + head + "\n" + rest + "\n-----END X-----\n", 0},
       {"-----BEGIN X-----\r\n" + head + "\r\n" + rest + "\r\n-----END X-----", 0},
       {"-----BEGIN\n" + head + " \t" + rest + "-!", 0},
+      {"-----BEGIN\n" + body, 0},
       {"-----BEGIN", -1, "CVD_PKC_GetSignAlg -1\n"},
       {"-----BEGIN\nA: b\n" + body, 3007, "CVD_PKC_DecodePEM 3007\nCVD_PKC_GetSignAlg 3007\n"},
       {"-----BEGI", CVD_ASN_ERR_TAG, "CVD_PKC_GetSignAlg 1012\n"},

@@ -153,6 +153,8 @@ TEST(CrlLoad, RefusesWhatItDoesNotUnderstand) {
   const auto with_extension = [](const Octets& extension) {
     return MakeList({.extensions = {extension}});
   };
+  Octets names = ListOf(std::vector<Octets>(65, Hex("8600")));
+  names[0] = 0xA0;  // fullName
   const struct {
     const char* name;
     Octets encoding;
@@ -186,6 +188,7 @@ TEST(CrlLoad, RefusesWhatItDoesNotUnderstand) {
       {"SomeReasons", with_extension(Idp(Hex("83020640"))), CVD_CRL_ERR_REASONS},
       {"PointEmpty", with_extension(Idp({})), kBadList},
       {"PointOfTwoKinds", with_extension(Idp(Hex("8101FF 8201FF"))), kBadList},
+      {"PointOf65Names", with_extension(Idp(Der(0xA0, names))), kBadList},
       {"PointMalformed", with_extension(Idp(Hex("810101"))), kBadList},
       {"PointTwice", with_extension(Join({Idp(kIndirect), Idp(kIndirect)})), kBadList},
   };

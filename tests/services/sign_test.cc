@@ -215,6 +215,8 @@ TEST(PrivateKey, RefusesWhatItCannotTakeAndSaysWhy) {
       {"NoText", kBadKey, OctetsOf("no key")},
       {"DerCut", kBadKey, cut("rsa1.der")},
       {"DerOctetAfter", kBadKey, Join({key, Hex("00")})},
+      {"RsaNumbersMissing", kBadKey,
+       Pkcs8("1.2.840.113549.1.1.1", Sequence({Hex("020100"), Integer(15)}), Hex("0500"))},
       {"RsaParameters", kBadKey, Pkcs8("1.2.840.113549.1.1.1", key, Hex("3000"))},
       {"EncryptedCut", kBadKey, cut("pbes2.der"), "pass word"},
       {"PemBodyBroken", kBadKey, Join({pem("PRIVATE KEY", "@\n"), Read("rsa.pem")})},

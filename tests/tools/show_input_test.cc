@@ -24,6 +24,8 @@ Octets Numbered(const char* serial) {
 }
 const Octets kOne = Numbered("01");
 const Octets kTwo = Numbered("02");
+const Octets kLong =
+    MakeCertificate({.serial = Hex("03"), .extensions = {Extension("1.2.3", Octets(99))}});
 
 std::string Wrapped(const Octets& der) {
   const std::string pem = Pem(der);
@@ -62,7 +64,7 @@ const Content kContents[] = {
     {"PemWithByteOrderMark", "\xEF\xBB\xBF" + Pem(kOne), "01", ""},
     {"TrustedCertificate", Pem(Join({kOne, Hex("3003020101")}), "TRUSTED CERTIFICATE"), "01", ""},
     {"Base64Lines", Base64(kOne) + "\r\n\n" + Base64(kTwo), "01 02", ""},
-    {"WrappedBase64", Wrapped(kOne) + Wrapped(kTwo), "01 02", ""},
+    {"WrappedBase64", Wrapped(kOne) + Wrapped(kLong) + Wrapped(kTwo), "01 03 02", ""},
     {"BrokenBase64Line",
      Base64(kOne) + "\n" + Base64(kOne).substr(0, 101) + "\nnote: x\n" + Base64(kTwo), "01 ! ! 02",
      "certificate 2: line 2: 3007 "},
