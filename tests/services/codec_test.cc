@@ -85,9 +85,11 @@ TEST(CodeSet, RefusesAndLeavesTheEmptyTextAndNoState) {
   } rows[] = {
       {"ko_KR-UTF-8", "ko_KR-euc", "a\xEA\xB9", kTruncated},
       {"ko_KR-UTF-8", "ko_KR-euc", "😀", kUnmappable},
-      {"ko_KR-UTF-8", "ko_KR-euc", "\xEF\xBB\xBF.", kUnmappable},  // byte order mark
-      {"ja_JP-UTF-8", "ja_JP-SJIS", "¥", kUnmappable},             // is not 5C
-      {"ja_JP-UTF-8", "ja_JP-EUC", "a‾", kUnmappable},             // is not 7E
+      {"ko_KR-UTF-8", "ko_KR-euc", "\xEF\xBB\xBF.", kUnmappable},      // byte order mark
+      {"ko_KR-UTF-8", "ko_KR-euc", "a\xF3\xA0\x80\x81", kUnmappable},  // tags are not dropped
+      {"ko_KR-UTF-8", "ko_KR-euc", "a\xF3\xA0\x81\xBF", kUnmappable},
+      {"ja_JP-UTF-8", "ja_JP-SJIS", "¥", kUnmappable},  // is not 5C
+      {"ja_JP-UTF-8", "ja_JP-EUC", "a‾", kUnmappable},  // is not 7E
       {"ko_KR-euc", "ko_KR-UTF-8", "A\xB1", kTruncated},
       {"ko_KR-euc", "ko_KR-UTF-8", "\xB1 ", kUnmappable},
       {"ko_KR-UTF-8", "ja_JP-UTF-8", "\xF0\x9F\x98", kTruncated},
