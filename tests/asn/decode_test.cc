@@ -146,6 +146,7 @@ constexpr Fault kFaults[] = {
      "[0].otherName.value"},
     {"ExplicitEmpty", CVD_PDU_GENERAL_NAMES, "30 07 A0 05 06 01 2A A0 00", 1012, 9,
      "[0].otherName.value"},
+    {"DirectoryEmpty", CVD_PDU_GENERAL_NAMES, "30 02 A4 00", 1012, 4, "[0].directoryName"},
     {"GeneralNameUnknown", CVD_PDU_GENERAL_NAMES, "30 02 89 00", 1022, 2, "[0]"},
     {"NulInDnsName", CVD_PDU_GENERAL_NAMES, "30 08 82 01 61 82 03 61 00 62", 1020, 5,
      "[1].dNSName"},
@@ -419,6 +420,8 @@ TEST(Encoding, WritesShownBitsWithoutTrailingZeros) {
   EXPECT_EQ(Encoded(CVD_KeyUsage{0x0600, 0, nullptr}, CVD_PDU_KEY_USAGE), "03020106");
   EXPECT_EQ(Encoded(CVD_KeyUsage{0x8080, 0, nullptr}, CVD_PDU_KEY_USAGE), "0303078080");
   EXPECT_EQ(Encoded(CVD_KeyUsage{0, 0, nullptr}, CVD_PDU_KEY_USAGE), "030100");
+  uint8_t all = 0xFF;
+  EXPECT_EQ(Encoded(CVD_KeyUsage{0, 3, &all}, CVD_PDU_KEY_USAGE), "030205e0");
   EXPECT_EQ(Encoded(CVD_NetscapeCertType{0x40, 0, nullptr}, CVD_PDU_NETSCAPE_CERT_TYPE),
             "03020640");
 }
@@ -476,6 +479,8 @@ TEST(Encoding, RefusesWhatWouldNotDecode) {
   CVD_PolicyQualifierInfoNode qualifier{nullptr, policy.policyIdentifier, {4, two}};
   policy.policyQualifiers = &qualifier;
   EXPECT_EQ(Encoded(CVD_CertificatePolicies{&policy}, CVD_PDU_CERTIFICATE_POLICIES), "1013");
+  qualifier.qualifier.length = 0;
+  EXPECT_EQ(Encoded(CVD_CertificatePolicies{&policy}, CVD_PDU_CERTIFICATE_POLICIES), "1001");
   BIN der{0, nullptr};
   EXPECT_EQ(CVD_ASN_EncodePDU(&der, &policy, 1), uint32_t{CVD_ASN_ERR_UNKNOWN_TYPE});
 }

@@ -88,6 +88,7 @@ TEST(CodeSet, RefusesAndLeavesTheEmptyTextAndNoState) {
       {"ko_KR-UTF-8", "ko_KR-euc", "\xEF\xBB\xBF.", kUnmappable},      // byte order mark
       {"ko_KR-UTF-8", "ko_KR-euc", "a\xF3\xA0\x80\x81", kUnmappable},  // tags are not dropped
       {"ko_KR-UTF-8", "ko_KR-euc", "a\xF3\xA0\x81\xBF", kUnmappable},
+      {"ko_KR-UTF-8", "ko_KR-euc", "a\xF3\xA0\x81", kTruncated},
       {"ja_JP-UTF-8", "ja_JP-SJIS", "¥", kUnmappable},  // is not 5C
       {"ja_JP-UTF-8", "ja_JP-EUC", "a‾", kUnmappable},  // is not 7E
       {"ko_KR-euc", "ko_KR-UTF-8", "A\xB1", kTruncated},

@@ -132,7 +132,7 @@ openssl x509 -in user.pem -noout -text | grep sha512)");
                 .exit,
             0);
   json early = UserRequest();
-  early["validity"]["notBefore"] = "2024-12-31T00:00:00Z";
+  early["validity"]["notBefore"] = "1950-01-01T00:00:00Z";
   Write("early.json", early);
   const Result warned = RunUser("early.json", "early.der");
   EXPECT_EQ(warned.exit, 0);
@@ -308,6 +308,9 @@ TEST_F(Issue, RefusesIssuersAndKeys) {
   private_key["publicKey"]["file"] = "broken.pem";
   Write("broken.json", private_key);
   Write("broken.pem", "-----BEGIN PUBLIC KEY-----\n!\n-----END PUBLIC KEY-----\n");
+  private_key["publicKey"]["file"] = "short.der";
+  Write("short.json", private_key);
+  Write("short.der", StringOf(Hex("3003020100")));
   const struct {
     const char* name;
     std::vector<std::string> arguments;
@@ -333,6 +336,7 @@ TEST_F(Issue, RefusesIssuersAndKeys) {
       {"Passphrase", {"ca.json", "--key", "locked.key", "--passphrase-file", "wrong"}, 2, "6032"},
       {"Private", {"private.json", "--key", "ca.key", "--issuer", "ca.der"}, 3, "is a private key"},
       {"Broken", {"broken.json", "--key", "ca.key", "--issuer", "ca.der"}, 3, "publicKey: 3007"},
+      {"Short", {"short.json", "--key", "ca.key", "--issuer", "ca.der"}, 3, "short.der: octet 2"},
       {"NoRequest", {"none.json", "--key", "ca.key"}, 3, "No such file"},
   };
   for (const auto& row : rows) {
