@@ -68,6 +68,10 @@ TEST(KeyIdentifiers, RenderersRefuse) {
     EXPECT_EQ(kind.to_string(text, 4, list.get()), 0U);
     EXPECT_STREQ(text, "aa");
   }
+  ExtensionList longer(kSubject.oid, Der(0x04, Octets(40, 0xAA)));
+  std::string text(81, '#');
+  EXPECT_EQ(CVD_GetSubjectKeyId(nullptr, longer.get(), text.data()), 0U);
+  EXPECT_EQ(text.substr(78), std::string("\0##", 3)) << "whole octets in 80 bytes";
 }
 
 TEST(KeyIdentifiers, MadeFromTheKeyUnlessCarried) {

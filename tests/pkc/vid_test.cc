@@ -140,6 +140,12 @@ TEST(Vid, IdentityDataVectors) {
               36001u);
     EXPECT_EQ(TakeTrace(), "CVD_PKC_IdentityData_Decode 36001\n");
   }
+  std::string no_oid = ToHex(Field(Vectors("decode").at(0), "identity_data_der"));
+  no_oid.replace(no_oid.find("0609"), 2, "0D");
+  Identity identity;
+  EXPECT_EQ(CVD_PKC_IdentityData_Decode(identity.name, &identity.size, &identity.hash,
+                                        &identity.vid, Input(Hex(no_oid)).bin()),
+            36033u);
 }
 
 TEST(Vid, LookUpInACertificate) {

@@ -72,6 +72,10 @@ TEST(VidCommand, VectorsHold) {
 TEST(VidCommand, RefusesWhatItCannotUse) {
   const Files good(Vectors("compute")[0]);
   const std::string plain = good.folder.Write("plain", StringOf(MakeCertificate({})));
+  const Octets identity = Sequence({Oid("1.2.410.200004.10.1.1"), Hex("A00530030C0141")}, 0xA0);
+  const std::string without = good.folder.Write(
+      "without",
+      StringOf(MakeCertificate({.extensions = {Extension("2.5.29.17", Sequence({identity}))}})));
   const struct {
     const char* name;
     std::string number;
@@ -89,6 +93,7 @@ TEST(VidCommand, RefusesWhatItCannotUse) {
        "fewer than 20 octets"},
       {"BothFromStandardInput", "-", "-", "", 2, "one of the two"},
       {"NoAlternativeName", good.number, good.random, plain, 3, "36061"},
+      {"NoVid", good.number, good.random, without, 3, "36062"},
       {"NoCertificate", good.number, good.random, good.number, 3, "without a certificate"},
   };
   for (const auto& row : rows) {
