@@ -99,6 +99,7 @@ TEST(CodeSet, RefusesAndLeavesTheEmptyTextAndNoState) {
       {"ko_KR-UTF-8", "ja_JP-UTF-8", "\xE0\x9F\xBF", kUnmappable},
       {"ko_KR-UTF-8", "ja_JP-UTF-8", "\xED\xA0\x80", kUnmappable},      // surrogate
       {"ko_KR-UTF-8", "ja_JP-UTF-8", "\xF4\x90\x80\x80", kUnmappable},  // above U+10FFFF
+      {"ko_KR-UTF-8", "ja_JP-UTF-8", "\xF4\x7F\x80\x80", kUnmappable},
       {"ko_KR-EUC", "ko_KR-UTF-8", "A", CVD_CODEC_ERR_CODE_SET},
   };
   for (const auto& row : rows) {

@@ -89,8 +89,10 @@ TEST_F(WholeFile, IsReadToTheByteOrNotAtAll) {
     ExpectRead(Path(), row.status, row.status == 0 ? content_ : "");
   }
   g_reads = {};
-  Write("");
-  ExpectRead(Path(), 0, "");
+  for (const char* content : {"", "x"}) {
+    Write(content);
+    ExpectRead(Path(), 0, content);
+  }
 }
 
 TEST_F(WholeFile, MustBeRegularReadableAndWithinTheLimit) {

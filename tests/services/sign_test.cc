@@ -249,6 +249,7 @@ TEST(PrivateKey, RefusesWhatItCannotTakeAndSaysWhy) {
       {"DesScheme", kUnsupported, Read("pbes1-des.der"), "pass word"},
       {"DesBlock", kUnsupported, Read("rsa1-des.pem"), "pass word"},
       {"MostIterations", kPassphrase, Pbkdf2(10000000)},
+      {"DerivationUnknown", kUnsupported, Pbes2("1.2.3", Sequence({})), ""},
       {"TooManyIterations", kUnsupported, Pbkdf2(10000001), ""},
       {"NoIterations", kBadKey, Pbkdf2(0), ""},
       {"TooManyOfPkcs12", kUnsupported, Encrypted("1.2.840.113549.1.12.1.3", too_often), ""},
