@@ -39,6 +39,7 @@ TEST(StrBuf, GrowsByWholeIncrements) {
 TEST(StrBuf, AppendsItsOwnBytes) {
   StrBuf buffer;
   ASSERT_EQ(CVD_PKC_StrBuf_Init(&buffer, 8, 8), 0u);
+  EXPECT_STREQ(buffer.text, "");
   ASSERT_EQ(CVD_PKC_StrBuf_AddString(&buffer, "abcdef", 6), 0u);
   ASSERT_EQ(CVD_PKC_StrBuf_AddString(&buffer, buffer.text + 1, 5), 0u);
   EXPECT_STREQ(buffer.text, "abcdefbcdef");

@@ -336,6 +336,7 @@ TEST(CrlLookUp, LeavesOutWhatTheListDoesNotCover) {
       {"NameOfIssuer", FullName(Directory("Issuer")), {Points({CrlIssuer("Issuer")})}, 1},
       {"RelativeBoth", Relative("Point"), {Points({Relative("point")})}, 1},
       {"RelativeOther", Relative("Point"), {Points({Relative("Other")})}, kScope},
+      {"RelativeToUri", Relative("Point"), {Points({uri})}, kScope},
       {"RelativeToFull", Relative("Point"), {Points({below})}, 1},
       {"FullToRelative", below, {Points({Relative("Point")})}, 1},
       {"RelativeAlone", directory, {Points({Relative("Point")})}, kScope},

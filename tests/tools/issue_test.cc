@@ -394,21 +394,27 @@ TEST_F(Issue, RequestsTellWhatTheyLeaveOut) {
   parts.not_after = Der(0x18, "20500101000000Z");
   parts.subject = Name(
       {{"2.5.4.5", Der(0x13, "1")}, {"2.5.4.3", Der(0x13, "a")}, {"2.5.4.3", Der(0x14, "\xE9")}});
+  const Octets reference = Sequence({Hex("0C0141"), Hex("3003020101")});
+  const Octets notice =
+      Sequence({Oid("1.3.6.1.5.5.7.2.2"), Sequence({reference, Der(0x0C, "notice")})});
   parts.extensions = {
       Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.1")}), true),
       Extension("2.5.29.17", Sequence({Sequence({Oid("1.2.3"), Hex("A0020500")}, 0xA0)})),
-      Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3")}), Sequence({Oid("1.2.4")})}))};
+      Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3"), Sequence({notice})}),
+                                       Sequence({Oid("1.2.4")})}))};
   const std::string path = folder_->Write("odd.der", StringOf(MakeCertificate(parts)));
   const Result result = RunCommand({"show", "--as-request", path});
   EXPECT_EQ(result.exit, 0);
   for (const char* note :
        {"serialNumber: becomes", "validity: ", "subject: serialNumber", "subject: commonName",
-        "string types", "extKeyUsage", "names beside identity data", "policies after the first"}) {
+        "string types", "extKeyUsage", "names beside identity data", "notice reference",
+        "policies after the first"}) {
     EXPECT_NE(result.err.find(note), std::string::npos) << note << " in " << result.err;
   }
   const json request = json::parse(result.out);
   EXPECT_EQ(request["subject"], "cn=a");
   EXPECT_EQ(request["policy"], "1.2.3");
+  EXPECT_EQ(request["notice"], "notice");
   EXPECT_EQ(request["validity"]["notAfter"], "2049-12-31T23:59:59Z");
   Write("odd.json", result.out);
   EXPECT_EQ(RunUser("odd.json", "odd.out").exit, 0);
