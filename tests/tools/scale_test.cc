@@ -195,6 +195,7 @@ TEST(ManyCertificates, ASignalLeavesWholeRowsAndSaysWhereToGoOn) {
   const std::string bundle = Bundle(30, false);  // fits into pipes
   const std::vector<std::string> all = Lines(RunCommand({"show", "--ndjson", "-"}, bundle).out);
   const size_t half = bundle.find("-----END", bundle.size() / 2);  // in the middle of a block
+  std::signal(SIGINT, SIG_DFL);  // which is ignored in the background of a shell
   Session session({"show", "--ndjson", "-"}, folder.Path("err"));
   session.Send(std::string_view(bundle).substr(0, half));
   std::string out = session.ReadLine();
