@@ -256,13 +256,11 @@ template <const Schema* kSchema, size_t... kIndex>
 size_t PutAlternative(Encoder& encoder, const uint8_t* record, uint8_t* out,
                       std::index_sequence<kIndex...>) {
   const auto choice = Load<uint16_t>(record);
-  const bool keep_order = encoder.keep_order;
   if constexpr (kSchema->ordered) encoder.keep_order = Load<uint16_t>(record + 2) != 0;
   size_t size = 0;
   const bool known = ((choice == kSchema->rows[kIndex].options.number &&
                        (size = PutRow<kSchema, kIndex>(encoder, record, out), true)) ||
                       ...);
-  encoder.keep_order = keep_order;
   return known ? size : encoder.Fail(CVD_ASN_ERR_ALTERNATIVE);
 }
 

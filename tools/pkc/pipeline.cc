@@ -61,14 +61,13 @@ void Pipeline::Deliver(uint64_t sequence, Outcome* outcome) {
   std::unique_lock lock(delivering_);
   room_.wait(lock, [&] { return stopped_ || sequence - delivered_ < slots_.size(); });
   if (stopped_) return;
-  if (busy_ || sequence != delivered_) {
+  if (sequence != delivered_) {  // somebody delivers, or will
     Slot& slot = slots_[sequence % slots_.size()];
     std::swap(slot.outcome, *outcome);
     slot.ready = true;
     return;
   }
   // Its turn has come, and so has, after it, that of those which wait in their slots.
-  busy_ = true;
   for (const Outcome* next = outcome; next != nullptr && !stopped_;) {
     lock.unlock();
     const bool go_on = functions_.deliver(*next);
@@ -79,7 +78,6 @@ void Pipeline::Deliver(uint64_t sequence, Outcome* outcome) {
     Slot& slot = slots_[delivered_ % slots_.size()];
     next = std::exchange(slot.ready, false) ? &slot.outcome : nullptr;
   }
-  busy_ = false;
 }
 
 void Pipeline::Stop(std::exception_ptr error) {

@@ -66,7 +66,6 @@ class Pipeline {
   std::condition_variable room_;
   std::vector<Slot> slots_;  // of batches that are done, by their number
   uint64_t delivered_ = 0;
-  bool busy_ = false;  // somebody delivers
   std::exception_ptr error_;
 };
 
