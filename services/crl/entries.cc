@@ -118,24 +118,6 @@ bool ReadReason(Bytes value, int* reason) {
 
 // ---- certificateIssuer (RFC 5280 section 5.3.3) --------------------------------------------
 
-template <typename T>
-class ScopedArray {  // `count` elements that are not initialised; null when memory was short
- public:
-  ScopedArray() = default;
-  ScopedArray(const ScopedArray&) = delete;
-  ScopedArray& operator=(const ScopedArray&) = delete;
-  ~ScopedArray() { CVD_free(data_); }
-  [[nodiscard]] bool Allocate(size_t count) {
-    data_ = static_cast<T*>(CVD_malloc(count * sizeof(T)));
-    return data_ != nullptr;
-  }
-  T* get() const { return data_; }
-  T& operator[](size_t index) const { return data_[index]; }
-
- private:
-  T* data_ = nullptr;
-};
-
 // Collects the certificateIssuer values of a list and keeps each of them once. Most lists have
 // none, and cost nothing here.
 class IssuerTable {

@@ -1,7 +1,10 @@
 // The index of a list: rows of sixteen bytes, sorted by serial number and issuer and searched by
 // halves.
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <numeric>
+#include <span>
 
 #include "services/crl/internal.h"
 
@@ -22,6 +25,39 @@ int CompareToRow(uint64_t key, Bytes serial, const IndexRow& row, Bytes entries)
   return CompareOctets(serial, SerialAt(entries, row.offset));
 }
 
+// Puts the rows into buckets by their keys' distance from the lowest key, a few rows into each, and
+// sorts every bucket: the serial numbers of a list are spread evenly, or follow one another.
+// Comparisons alone would take twice as long for each row of a list of ten times as many. False,
+// with nothing done, when memory is short.
+template <typename Less>
+bool SortByDistance(std::span<IndexRow> rows, const Less& less) {
+  const auto [low, high] = std::minmax_element(
+      rows.begin(), rows.end(), [](const IndexRow& a, const IndexRow& b) { return a.key < b.key; });
+  const uint64_t lowest = low->key;
+  const auto width = [](uint64_t number) { return static_cast<int>(std::bit_width(number)); };
+  const int shift = std::max(0, width(high->key - lowest) - width(rows.size() / 8));
+  const auto bucket = [=](const IndexRow& row) { return (row.key - lowest) >> shift; };
+  const size_t count = bucket(*high) + 1;
+  ScopedArray<uint32_t> memory;
+  if (!memory.Allocate(2 * count)) return false;
+  std::fill_n(memory.get(), 2 * count, 0);
+  const std::span ends(memory.get(), count);
+  const std::span next(memory.get() + count, count);  // where the bucket's next row goes
+  for (const IndexRow& row : rows) ++ends[bucket(row)];
+  std::inclusive_scan(ends.begin(), ends.end(), ends.begin());
+  std::copy(ends.begin(), ends.end() - 1, next.begin() + 1);
+  for (size_t i = 0; i < count; ++i) {
+    const size_t begin = i == 0 ? 0 : ends[i - 1];
+    while (next[i] < ends[i]) {
+      IndexRow& row = rows[next[i]];
+      std::swap(row, rows[next[bucket(row)]++]);  // to its bucket; in its own, with itself
+    }
+    std::sort(rows.begin() + static_cast<ptrdiff_t>(begin),
+              rows.begin() + static_cast<ptrdiff_t>(ends[i]), less);
+  }
+  return true;
+}
+
 }  // namespace
 
 int CompareOctets(Bytes a, Bytes b) {
@@ -38,12 +74,16 @@ uint64_t KeyOf(Bytes serial) {
 }
 
 void SortRows(CVD_CRL* crl) {
+  constexpr size_t kFewRows = 64;
   const Bytes entries = EntriesOf(*crl);
-  std::sort(crl->rows, crl->rows + crl->row_count, [entries](const IndexRow& a, const IndexRow& b) {
+  const auto less = [entries](const IndexRow& a, const IndexRow& b) {
     if (a.key != b.key) return a.key < b.key;
     const int order = CompareOctets(SerialAt(entries, a.offset), SerialAt(entries, b.offset));
     return order != 0 ? order < 0 : a.issuer < b.issuer;
-  });
+  };
+  const std::span rows(crl->rows, crl->row_count);
+  if (rows.size() > kFewRows && SortByDistance(rows, less)) return;
+  std::sort(rows.begin(), rows.end(), less);
 }
 
 bool HasDirectoryName(const CVD_GeneralNameNode* names, const CVD_Name& name) {

@@ -32,6 +32,24 @@ inline DerElement NextElement(DerCursor* in) {
 
 inline DerCursor ContentOf(const DerElement& element) { return {element.content, element.end}; }
 
+template <typename T>
+class ScopedArray {  // `count` elements that are not initialised; null when memory was short
+ public:
+  ScopedArray() = default;
+  ScopedArray(const ScopedArray&) = delete;
+  ScopedArray& operator=(const ScopedArray&) = delete;
+  ~ScopedArray() { CVD_free(data_); }
+  [[nodiscard]] bool Allocate(size_t count) {
+    data_ = static_cast<T*>(CVD_malloc(count * sizeof(T)));
+    return data_ != nullptr;
+  }
+  T* get() const { return data_; }
+  T& operator[](size_t index) const { return data_[index]; }
+
+ private:
+  T* data_ = nullptr;
+};
+
 // One revoking entry of the index.
 struct IndexRow {
   uint64_t key;     // the serial number's last eight octets: the first ones often are all alike
