@@ -6,48 +6,31 @@
 namespace corvid::test {
 namespace {
 
-// The names of a certificate with this subject, decoded.
-struct Decoded {
-  explicit Decoded(const Octets& name)
-      : certificate([&] {
-          CertificateParts parts;
-          parts.subject = name;
-          return MakeCertificate(parts);
-        }()) {}
-  const CVD_Name* name() const { return &certificate->tbsCertificate.subject; }
-  Certificate certificate;
-};
-
 bool Same(const Octets& a, const Octets& b) {
-  const Decoded left(a);
-  const Decoded right(b);
-  EXPECT_EQ(CVD_ASN_CmpName(left.name(), right.name()), CVD_ASN_CmpName(right.name(), left.name()));
-  return CVD_ASN_CmpName(left.name(), right.name()) == 0;
+  const Certificate names(MakeCertificate({.issuer = a, .subject = b}));
+  const CVD_Name* left = &names->tbsCertificate.issuer;
+  const CVD_Name* right = &names->tbsCertificate.subject;
+  EXPECT_EQ(CVD_ASN_CmpName(left, right), CVD_ASN_CmpName(right, left));
+  return CVD_ASN_CmpName(left, right) == 0;
 }
 
 TEST(NameComparison, OfOneValue) {
-  struct Row {
+  const struct {
     const char* name;
     uint8_t left_tag;
     std::string left;
     uint8_t right_tag;
     std::string right;
     bool same;
-  };
-  const Row rows[] = {
-      {"Identical", 0x13, "Org", 0x13, "Org", true},
-      {"StringType", 0x13, "Org", 0x0C, "Org", true},
+  } rows[] = {
       {"Case", 0x13, "AZ Ltd", 0x0C, "az lTD", true},
       {"BlanksAround", 0x13, "  Org ", 0x13, "Org", true},
       {"BlanksWithin", 0x13, "My   Org", 0x0C, "My Org", true},
       {"NoBlankIsAnother", 0x13, "My Org", 0x13, "MyOrg", false},
       {"Shorter", 0x13, "Org", 0x13, "Organ", false},
       {"OnlyBlanks", 0x13, "   ", 0x13, "", true},
-      {"BmpAgainstUtf8", 0x1E, std::string("\xAC\x00\0A", 4), 0x0C,
-       "\xEA\xB0\x80"
-       "a",
-       true},
-      {"UniversalAgainstUtf8", 0x1C, std::string("\0\0\xAC\x00", 4), 0x0C, "\xEA\xB0\x80", true},
+      {"BmpAgainstUtf8", 0x1E, std::string("\xAC\x00\0A", 4), 0x0C, "가a", true},
+      {"UniversalAgainstUtf8", 0x1C, std::string("\0\0\xAC\x00", 4), 0x0C, "가", true},
       {"NoCharacterEndsNothing", 0x1C, std::string("\xFF\xFF\xFF\xFF\0\0\0a", 8), 0x1C,
        std::string("\xFF\xFF\xFF\xFF\0\0\0b", 8), false},
       {"OddBmp", 0x1E, "A", 0x13, "A", false},
@@ -56,7 +39,7 @@ TEST(NameComparison, OfOneValue) {
       {"NulIsACharacter", 0x0C, std::string("a\0b", 3), 0x0C, "a", false},
       {"NoStrings", 0x02, "\x01", 0x0C, "\x01", false},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     EXPECT_EQ(Same(Name({{"2.5.4.10", Der(row.left_tag, row.left)}}),
                    Name({{"2.5.4.10", Der(row.right_tag, row.right)}})),
               row.same)
@@ -71,18 +54,17 @@ TEST(NameComparison, OfRdnsAndTheirAttributes) {
   const Octets a = attribute("2.5.4.3", "a");
   const Octets b = attribute("2.5.4.11", "b");
   const Octets upper = attribute("2.5.4.3", "A");
-  const auto name = [](std::initializer_list<Octets> rdns) { return Sequence(rdns); };
   const auto rdn = [](std::initializer_list<Octets> attributes) {
     return Sequence(attributes, 0x31);
   };
-  EXPECT_TRUE(Same(name({rdn({a, b})}), name({rdn({b, upper})}))) << "a SET has no order";
-  EXPECT_FALSE(Same(name({rdn({a, a})}), name({rdn({a, b})})));
-  EXPECT_FALSE(Same(name({rdn({a, b})}), name({rdn({a, a})})));
-  EXPECT_FALSE(Same(name({rdn({a}), rdn({b})}), name({rdn({b}), rdn({a})})));
-  EXPECT_FALSE(Same(name({rdn({a}), rdn({b})}), name({rdn({a, b})})));
-  EXPECT_FALSE(Same(name({rdn({a})}), name({rdn({a}), rdn({})})));
-  EXPECT_TRUE(Same(name({}), name({})));
-  EXPECT_FALSE(Same(name({rdn({a})}), name({rdn({attribute("2.5.4.11", "a")})})));
+  EXPECT_TRUE(Same(Sequence({rdn({a, b})}), Sequence({rdn({b, upper})}))) << "a SET has no order";
+  EXPECT_FALSE(Same(Sequence({rdn({a, a})}), Sequence({rdn({a, b})})));
+  EXPECT_FALSE(Same(Sequence({rdn({a, b})}), Sequence({rdn({a, a})})));
+  EXPECT_FALSE(Same(Sequence({rdn({a}), rdn({b})}), Sequence({rdn({b}), rdn({a})})));
+  EXPECT_FALSE(Same(Sequence({rdn({a}), rdn({b})}), Sequence({rdn({a, b})})));
+  EXPECT_FALSE(Same(Sequence({rdn({a})}), Sequence({rdn({a}), rdn({})})));
+  EXPECT_TRUE(Same(Sequence({}), Sequence({})));
+  EXPECT_FALSE(Same(Sequence({rdn({a})}), Sequence({rdn({attribute("2.5.4.11", "a")})})));
   const CVD_Name released{0, 0, nullptr};
   EXPECT_NE(CVD_ASN_CmpName(&released, &released), 0);
   CVD_AttributeTypeAndValueNode node{nullptr, *CVD_ASN_GetOID(CVD_OID_VID), {3, nullptr}};
