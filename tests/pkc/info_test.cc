@@ -10,16 +10,13 @@
 namespace corvid::test {
 namespace {
 
-PKCCertInfo InfoOf(const Octets& der, uint32_t status = 0) {
+PKCCertInfo InfoOf(const CertificateParts& parts, uint32_t status = 0) {
+  const Octets der = MakeCertificate(parts);
   PKCCertInfo info;
   EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, der.data(), static_cast<uint32_t>(der.size()), 1,
                                 &info),
             status);
   return info;
-}
-
-PKCCertInfo InfoOf(const CertificateParts& parts, uint32_t status = 0) {
-  return InfoOf(MakeCertificate(parts), status);
 }
 
 std::unique_ptr<PKCCertInfoEx> ExtendedInfoOf(const CertificateParts& parts, uint32_t status = 0) {
@@ -39,9 +36,7 @@ Octets Spki(const std::string& algorithm, const Octets& parameters, const Octets
 
 TEST(BasicInfo, FieldsOfACertificate) {
   CVD_Trace_Clear();
-  CertificateParts parts;
-  parts.serial = Octets(24, 0x5A);
-  const PKCCertInfo info = InfoOf(parts);
+  const PKCCertInfo info = InfoOf({.serial = Octets(24, 0x5A)});
   EXPECT_EQ(info.version, 3u);
   EXPECT_EQ(info.serialNumber, 0x5A5A5A5Au);
   EXPECT_EQ(std::string(info.serialHex), ToHex(Octets(20, 0x5A))) << "cut at 20 octets";
@@ -57,104 +52,85 @@ TEST(BasicInfo, FieldsOfACertificate) {
 }
 
 TEST(BasicInfo, VersionAndAlgorithmNames) {
-  CertificateParts parts;
-  parts.version = {};
-  parts.signature_oid = "1.2.410.200004.1.8";
-  parts.spki = Spki("1.2.840.10045.2.1", Oid("1.2.840.10045.3.1.7"), Octets(65, 0x04));
-  PKCCertInfo info = InfoOf(parts);
+  PKCCertInfo info =
+      InfoOf({.version = {},
+              .signature_oid = "1.2.410.200004.1.8",
+              .spki = Spki("1.2.840.10045.2.1", Oid("1.2.840.10045.3.1.7"), Octets(65, 0x04))});
   EXPECT_EQ(info.version, 1u);
   EXPECT_STREQ(info.signAlgorithm, "HAS160 + KCDSA") << "the older family of identifiers";
   EXPECT_STREQ(info.publicKeyAlgorithm, "1.2.840.10045.2.1") << "known, but without a name";
   EXPECT_EQ(info.keyLength, 256u);
-  parts.signature_oid = "1.2.3.4";
-  parts.spki = Spki("1.3.101.112", {}, Octets(32, 0x11));
-  info = InfoOf(parts);
+  info = InfoOf({.signature_oid = "1.2.3.4", .spki = Spki("1.3.101.112", {}, Octets(32, 0x11))});
   EXPECT_STREQ(info.signAlgorithm, "1.2.3.4");
   EXPECT_STREQ(info.publicKeyAlgorithm, "1.3.101.112");
   EXPECT_EQ(info.keyLength, 0u);
 }
 
-TEST(BasicInfo, OnlyUtcTimesOf2000To2037AreLocal) {
-  setenv("TZ", "Asia/Seoul", 1);
+void SetZone(const char* name) {
+  setenv("TZ", name, 1);
   tzset();
-  struct Row {
+}
+
+TEST(BasicInfo, OnlyUtcTimesOf2000To2037AreLocal) {
+  SetZone("Asia/Seoul");
+  const struct {
     uint8_t tag;
     const char* time;
     const char* text;
-  };
-  static constexpr Row kRows[] = {
+  } rows[] = {
       {0x17, "300101000000Z", "2030-01-01 09:00:00"},
       {0x17, "371231235959Z", "2038-01-01 08:59:59"},
       {0x17, "380101000000Z", "2038-01-01 00:00:00"},
-      {0x17, "491231235959Z", "2049-12-31 23:59:59"},
       {0x17, "500101000000Z", "1950-01-01 00:00:00"},
       {0x17, "991231235959Z", "1999-12-31 23:59:59"},
       {0x18, "20300101000000Z", "2030-01-01 00:00:00"},
-      {0x18, "99991231235959Z", "9999-12-31 23:59:59"},
       {0x18, "00010203040506Z", "0001-02-03 04:05:06"},
   };
-  for (const Row& row : kRows) {
-    CertificateParts parts;
-    parts.not_before = parts.not_after = Der(row.tag, row.time);
-    const PKCCertInfo info = InfoOf(parts);
-    EXPECT_STREQ(info.notBefore, row.text);
-    EXPECT_STREQ(info.notAfter, row.text);
+  for (const auto& [tag, time, text] : rows) {
+    const PKCCertInfo info = InfoOf({.not_before = Der(tag, time), .not_after = Der(tag, time)});
+    EXPECT_STREQ(info.notBefore, text);
+    EXPECT_STREQ(info.notAfter, text);
   }
-  setenv("TZ", "UTC0", 1);
-  tzset();
+  SetZone("UTC0");
 }
 
 // UTC by its usual names is told without asking the C library, which has to be asked for UTC by any
 // other: both write the same, also of dates and times that a caller made up.
 TEST(BasicInfo, UtcIsTheSameByAnyName) {
   const Certificate decoded(MakeCertificate({}));
-  constexpr CVD_TimeFields kMadeUp[] = {{0, 1, 1, 0, 0, 0, {}},     {24, 2, 29, 23, 59, 59, {}},
-                                        {25, 2, 29, 12, 0, 0, {}},  {25, 13, 1, 0, 0, 0, {}},
-                                        {30, 0, 0, 24, 60, 60, {}}, {37, 12, 31, 23, 59, 60, {}},
-                                        {-5, 6, 7, 8, 9, 10, {}}};
-  const char* const names[] = {"UTC0", "UTC", "Etc/GMT"};
-  for (const CVD_TimeFields& fields : kMadeUp) {
-    std::string texts[3];
-    for (size_t i = 0; i < 3; ++i) {
-      setenv("TZ", names[i], 1);
-      tzset();
-      CVD_Certificate certificate = *decoded.get();
-      certificate.tbsCertificate.notBefore.fields = fields;
+  CVD_Certificate certificate = *decoded.get();
+  for (const CVD_TimeFields& fields :
+       {CVD_TimeFields{0, 1, 1, 0, 0, 0, {}}, CVD_TimeFields{25, 2, 29, 12, 0, 0, {}},
+        CVD_TimeFields{30, 0, 0, 24, 60, 60, {}}, CVD_TimeFields{-5, 13, 7, 8, 9, 10, {}}}) {
+    certificate.tbsCertificate.notBefore.fields = fields;
+    std::string texts;
+    for (const char* name : {"UTC0", "UTC", "Etc/GMT"}) {
+      SetZone(name);
       PKCCertInfo info;
       ASSERT_EQ(CVD_ExtractCertInfoNoExt(nullptr, &certificate, &info), 0u);
-      texts[i] = info.notBefore;
+      texts += info.notBefore + std::string("|");
     }
-    EXPECT_EQ(texts[0], texts[2]);
-    EXPECT_EQ(texts[1], texts[2]);
+    EXPECT_EQ(texts, Repeat(3, texts.substr(0, texts.size() / 3)));
   }
-  setenv("TZ", "UTC0", 1);
-  tzset();
+  SetZone("UTC0");
 }
 
 TEST(BasicInfo, FailuresEndTheRecordOrDoNot) {
   const Octets universal = Name({{"2.5.4.3", Der(0x1C, Hex("00000041"))}});
-  CertificateParts parts;
-  parts.issuer = universal;
-  PKCCertInfo info = InfoOf(parts);
+  PKCCertInfo info = InfoOf({.issuer = universal});
   EXPECT_STREQ(info.issuerDN, "") << "an issuer that cannot be shown is left empty";
   EXPECT_STREQ(info.subjectDN, "cn=Subject");
   CVD_Trace_Clear();
 
-  parts = {};
-  parts.subject = universal;
-  info = InfoOf(parts, PKC_ERR_BAD_RDN);
+  info = InfoOf({.subject = universal}, PKC_ERR_BAD_RDN);
   EXPECT_STREQ(info.issuerDN, "cn=Issuer");
   EXPECT_STREQ(info.publicKeyHex, "");
   EXPECT_EQ(TakeTrace(),
             "CVD_PKC_AsnRDNs_ToString 36032\nCVD_ExtractRDN 36032\n"
             "CVD_ExtractCertInfoNoExt 36032\nCVD_ExtractCertInfo 36032\n");
 
-  parts = {};
-  parts.spki = Spki("1.2.840.113549.1.1.1", Hex("0500"), {});
-  InfoOf(parts, PKC_ERR_NO_PUBKEY);
-  parts = {};
-  parts.signature = Hex("030100");
-  InfoOf(parts, PKC_ERR_INVALID_INPUT);
+  InfoOf({.spki = Spki("1.2.840.113549.1.1.1", Hex("0500"), {})}, PKC_ERR_NO_PUBKEY);
+  InfoOf({.signature = Hex("030100")}, PKC_ERR_INVALID_INPUT);
   EXPECT_EQ(TakeTrace(),
             "CVD_ExtractCertInfoNoExt 36060\nCVD_ExtractCertInfo 36060\n"
             "CVD_ExtractCertInfoNoExt 36001\nCVD_ExtractCertInfo 36001\n");
@@ -162,22 +138,18 @@ TEST(BasicInfo, FailuresEndTheRecordOrDoNot) {
 
 TEST(Hexadecimal, IsCutToWholeOctets) {
   const Input data("00FF1A");
-  char text[8];
-  struct Row {
-    int32_t capacity;
-    const char* text;  // null: refused
-  };
-  for (const Row& row : {Row{65, "00ff1a"}, Row{7, "00ff1a"}, Row{6, "00ff"}, Row{5, "00ff"},
-                         Row{3, "00"}, Row{2, nullptr}, Row{0, nullptr}, Row{-1, nullptr}}) {
-    std::memset(text, '#', sizeof text);
-    const uint32_t status = CVD_PKC_BIN_ToHex(text, &row.capacity, data.bin());
-    EXPECT_EQ(status, row.text == nullptr ? uint32_t{PKC_ERR_INVALID_INPUT} : 0u) << row.capacity;
-    if (row.text != nullptr) {
-      EXPECT_STREQ(text, row.text);
-    }
-    EXPECT_EQ(text[7], '#');
+  const std::pair<int32_t, const char*> rows[] = {// null: refused
+                                                  {65, "00ff1a"}, {7, "00ff1a"}, {6, "00ff"},
+                                                  {5, "00ff"},    {3, "00"},     {2, nullptr},
+                                                  {-1, nullptr}};
+  for (const auto& [capacity, expected] : rows) {
+    char text[] = "#######";
+    const uint32_t refused = expected == nullptr ? PKC_ERR_INVALID_INPUT : 0;
+    EXPECT_EQ(CVD_PKC_BIN_ToHex(text, &capacity, data.bin()), refused) << capacity;
+    EXPECT_STREQ(text, expected == nullptr ? "#######" : expected);
   }
-  const int32_t capacity = sizeof text;
+  char text[] = "#";
+  const int32_t capacity = 65;
   const BIN empty{0, data.bin()->data};
   EXPECT_EQ(CVD_PKC_BIN_ToHex(text, &capacity, &empty), 0u);
   EXPECT_STREQ(text, "");
@@ -189,68 +161,58 @@ Octets Uri(const char* uri) { return Der(0x86, uri); }
 
 TEST(ExtensionPass, RendersIntoTheRecordsFields) {
   const Options options("ko_KR-euc");
-  CertificateParts parts;
   const Octets hangul = Uri("http://x/\xEA\xB0\x80");
-  parts.extensions = {
-      Extension("2.5.29.35", Sequence({Der(0x80, Hex("0102"))})),
-      Extension("2.5.29.14", Der(0x04, Hex("0304"))),
-      Extension("2.5.29.15", Hex("03020106"), true),
-      Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3")})})),
-      Extension("2.5.29.17", Sequence({Der(0x82, "example.com")})),
-      Extension("2.5.29.18", Sequence({Der(0x81, "a@b")})),
-      Extension("2.5.29.19", Hex("30030101FF")),
-      Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.1")})),
-      Extension("2.5.29.31", Sequence({Sequence({Sequence({Sequence({hangul}, 0xA0)}, 0xA0)})})),
-      Extension("1.3.6.1.5.5.7.1.1",
-                Sequence({Sequence({Oid("1.3.6.1.5.5.7.48.1"), Uri("http://o")})})),
-      Extension("2.16.840.1.113730.1.1", Hex("03020780")),
-      Extension("1.2.3.4", Hex("0500"), true),
-  };
-  const PKCCertInfo info = InfoOf(parts);
+  const PKCCertInfo info =
+      InfoOf({.extensions = {
+                  Extension("2.5.29.35", Sequence({Der(0x80, Hex("0102"))})),
+                  Extension("2.5.29.15", Hex("03020106"), true),
+                  Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3")})})),
+                  Extension("2.5.29.17", Sequence({Der(0x82, "example.com")})),
+                  Extension("2.5.29.18", Sequence({Der(0x81, "a@b")})),
+                  Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.1")})),
+                  Extension("2.5.29.31",
+                            Sequence({Sequence({Sequence({Sequence({hangul}, 0xA0)}, 0xA0)})})),
+                  Extension("2.16.840.1.113730.1.1", Hex("03020780")),
+              }});
   EXPECT_STREQ(info.authorityKeyId, "0102");
-  EXPECT_STREQ(info.subjectKeyId, "0304");
   EXPECT_STREQ(info.keyUsage, "keyCertSign,cRLSign");
   EXPECT_EQ(info.keyUsageFlags, 0x60u);
   EXPECT_EQ(info.policyCount, 1);
-  EXPECT_STREQ(info.policies, "1.2.3");
   EXPECT_STREQ(info.subjectAltName, "DNS=example.com");
   EXPECT_STREQ(info.issuerAltName, "RN=a@b");
-  EXPECT_STREQ(info.basicConstraints, "Subject Type=CA, Path Length Constraint=None");
   EXPECT_STREQ(info.extKeyUsage, "id-kp-serverAuth");
   EXPECT_STREQ(info.crlDistPoints, "URL=http://x/\xB0\xA1") << "in the caller's character set";
-  EXPECT_STREQ(info.authInfoAccess, "OCSP:URL=http://o");
   EXPECT_STREQ(info.nsCertType, "sslClient");
   EXPECT_EQ(CVD_Trace_Count(), 0u);
 }
 
 TEST(ExtensionPass, SomeFailuresEndItAndSomeDoNot) {
-  struct Row {
+  const struct {
     const char* oid;
-    const char* value;
     uint32_t status;
-  };
-  static constexpr Row kRows[] = {
-      {"2.5.29.35", "0500", 0},
-      {"2.5.29.14", "0500", 0},
-      {"2.5.29.15", "0500", PKC_ERR_BAD_KEYUSAGE},
-      {"2.5.29.32", "0500", PKC_ERR_BAD_POLICIES},
-      {"2.5.29.17", "0500", PKC_ERR_BAD_EXTENSION},
-      {"2.5.29.18", "0500", PKC_ERR_BAD_EXTENSION},
-      {"2.5.29.19", "0500", 0},
-      {"2.5.29.37", "0500", PKC_ERR_BAD_EXTENSION},
-      {"2.5.29.31", "0500", 0},
+    const char* value = "0500";
+  } rows[] = {
+      {"2.5.29.35", 0},
+      {"2.5.29.14", 0},
+      {"2.5.29.15", PKC_ERR_BAD_KEYUSAGE},
+      {"2.5.29.32", PKC_ERR_BAD_POLICIES},
+      {"2.5.29.17", PKC_ERR_BAD_EXTENSION},
+      {"2.5.29.18", PKC_ERR_BAD_EXTENSION},
+      {"2.5.29.19", 0},
+      {"2.5.29.37", PKC_ERR_BAD_EXTENSION},
+      {"2.5.29.31", 0},
       // A point whose URI does not exist in the character set.
-      {"2.5.29.31", "300C300AA008A0068604F09F9880", 3004},
-      {"1.3.6.1.5.5.7.1.1", "0500", 0},
-      {"2.16.840.1.113730.1.1", "0500", 0},
+      {"2.5.29.31", 3004, "300C300AA008A0068604F09F9880"},
+      {"1.3.6.1.5.5.7.1.1", 0},
+      {"2.16.840.1.113730.1.1", 0},
   };
   const Options options("ko_KR-euc");
-  for (const Row& row : kRows) {
-    CertificateParts parts;
-    parts.extensions = {Extension("2.5.29.17", Sequence({Der(0x82, "before")})),
-                        Extension(row.oid, Hex(row.value)),
-                        Extension("2.5.29.18", Sequence({Der(0x82, "after")}))};
-    const PKCCertInfo info = InfoOf(parts, row.status);
+  for (const auto& row : rows) {
+    const PKCCertInfo info =
+        InfoOf({.extensions = {Extension("2.5.29.17", Sequence({Der(0x82, "before")})),
+                               Extension(row.oid, Hex(row.value)),
+                               Extension("2.5.29.18", Sequence({Der(0x82, "after")}))}},
+               row.status);
     EXPECT_STREQ(info.subjectAltName, "DNS=before") << row.oid;
     EXPECT_STREQ(info.issuerAltName, row.status == 0 ? "DNS=after" : "") << row.oid;
     EXPECT_NE(CVD_Trace_Count(), 0u) << row.oid;
@@ -296,9 +258,10 @@ TEST(EntryPoints, RefuseMissingInput) {
   EXPECT_EQ(CVD_Trace_Count(), 0u);
 
   const uint8_t octet = 0x30;
-  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, UINT32_MAX, 1, &info), refused);
-  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, 0, 1, &info), uint32_t{CVD_ASN_ERR_TAG});
-  EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, 1, 1, &info), 1010u);
+  const std::pair<uint32_t, uint32_t> lengths[] = {{UINT32_MAX, refused}, {0, 1012}, {1, 1010}};
+  for (const auto& [length, status] : lengths) {
+    EXPECT_EQ(CVD_ExtractCertInfo(nullptr, nullptr, &octet, length, 1, &info), status);
+  }
   EXPECT_EQ(CVD_ExtractCertInfo(nullptr, "/nowhere", nullptr, 0, 0, &info), 8003u);
   EXPECT_EQ(TakeTrace(),
             "CVD_ExtractCertInfo 36001\nCVD_ExtractCertInfo 1012\nCVD_ExtractCertInfo 1010\n"
@@ -313,14 +276,13 @@ TEST(EntryPoints, RefuseMissingInput) {
 // ---- the extended record -------------------------------------------------------------------
 
 TEST(ExtendedInfo, StringExtensionsAndAuthoritySerial) {
-  CertificateParts parts;
-  parts.extensions = {
-      Extension("1.2.410.100001.5.7.101.1", Der(0x13, "one")),
-      Extension("1.2.410.100001.5.7.101.3", Der(0x0C, std::string(30, 'c'))),
-      Extension("1.2.410.100001.5.7.101.4", Der(0x0C, "Org")),
-      Extension("2.5.29.35", Sequence({Der(0x80, Hex("AA")), Der(0x82, Hex("00FF01"))})),
-  };
-  const auto info = ExtendedInfoOf(parts);
+  const auto info = ExtendedInfoOf(
+      {.extensions = {
+           Extension("1.2.410.100001.5.7.101.1", Der(0x13, "one")),
+           Extension("1.2.410.100001.5.7.101.3", Der(0x0C, std::string(30, 'c'))),
+           Extension("1.2.410.100001.5.7.101.4", Der(0x0C, "Org")),
+           Extension("2.5.29.35", Sequence({Der(0x80, Hex("AA")), Der(0x82, Hex("00FF01"))})),
+       }});
   EXPECT_STREQ(info->extString1, "one");
   EXPECT_STREQ(info->extString2, "");
   EXPECT_EQ(std::string(info->extString3), std::string(19, 'c'));
@@ -331,30 +293,24 @@ TEST(ExtendedInfo, StringExtensionsAndAuthoritySerial) {
 }
 
 TEST(ExtendedInfo, FailuresComeAfterTheWholeBasicRecord) {
-  struct Row {
-    const char* oid;
-    const char* value;
-    uint32_t status;
-  };
-  for (const Row& row : {Row{"1.2.410.100001.5.7.101.2", "020101", 0xFFFFFFFF},
-                         Row{"1.2.410.100001.5.7.101.4", "", PKC_ERR_INVALID_INPUT},
-                         Row{"2.5.29.35", "0500", PKC_ERR_BAD_AUTHKEYID}}) {
-    CertificateParts parts;
-    parts.extensions = {Extension(row.oid, Hex(row.value))};
-    EXPECT_STREQ(ExtendedInfoOf(parts, row.status)->info.signatureHex, "a1b2c3") << row.oid;
+  const std::pair<Octets, uint32_t> rows[] = {
+      {Extension("1.2.410.100001.5.7.101.2", Hex("020101")), 0xFFFFFFFF},
+      {Extension("1.2.410.100001.5.7.101.4", {}), PKC_ERR_INVALID_INPUT},
+      {Extension("2.5.29.35", Hex("0500")), PKC_ERR_BAD_AUTHKEYID}};
+  for (const auto& [extension, status] : rows) {
+    const auto info = ExtendedInfoOf({.extensions = {extension}}, status);
+    EXPECT_STREQ(info->info.signatureHex, "a1b2c3") << status;
   }
   CVD_Trace_Clear();
 }
 
 TEST(KeyParameters, KcdsaRows) {
-  struct Row {
+  const struct {
     const char* name;
     const char* der;
     int32_t status;
     const char* filled;  // p q g j seed count: base64 of what was read
-  };
-  static constexpr Row kRows[] = {
-      {"Minimal", "30 09 020117 02010B 020104", 0, "Fw==,Cw==,BA==,,,"},
+  } rows[] = {
       {"Cofactor", "30 0C 020117 02010B 020104 020102", 0, "Fw==,Cw==,BA==,Ag==,,"},
       {"Everything", "30 14 020117 02010B 020104 020102 3006 0401AA 020105", 0,
        "Fw==,Cw==,BA==,Ag==,qg==,BQ=="},
@@ -380,7 +336,7 @@ TEST(KeyParameters, KcdsaRows) {
       {"CountTooLong", "30 11 020117 02010B 020104 3006 0401AA 020905", -36,
        "Fw==,Cw==,BA==,,qg==,"},
   };
-  for (const Row& row : kRows) {
+  for (const auto& row : rows) {
     auto info = std::make_unique<PKCCertInfoEx>();
     const Input der(row.der);
     EXPECT_EQ(CVD_Decode_KCDSA_Parameters(der.bin(), info.get()), static_cast<uint32_t>(row.status))
@@ -399,27 +355,27 @@ TEST(KeyParameters, KcdsaRows) {
 }
 
 TEST(KeyParameters, RsaModulusRows) {
-  struct Row {
-    const char* der;
-    int32_t status;
-  };
-  for (const Row& row : {Row{"3006 020200A1 0200", 0}, Row{"3005 020200A1 AA", 0}, Row{"", -11},
-                         Row{"0201A1", -11}, Row{"30", -12}, Row{"3009 0201A1", -12},
-                         Row{"3000", -13}, Row{"3003 0401A1", -13}, Row{"3002 0209", -12}}) {
+  const std::pair<Octets, int32_t> rows[] = {{Hex("3006 020200A1 0200"), 0},
+                                             {Hex("3005 020200A1 AA"), 0},
+                                             {{}, -11},
+                                             {Hex("0201A1"), -11},
+                                             {Hex("30"), -12},
+                                             {Hex("3009 0201A1"), -12},
+                                             {Hex("3000"), -13},
+                                             {Hex("3003 0401A1"), -13},
+                                             {Hex("3002 0209"), -12},
+                                             {Sequence({Der(0x02, Octets(747, 1))}), 0},
+                                             {Sequence({Der(0x02, Octets(750, 1))}), -5}};
+  for (const auto& [der, status] : rows) {
     auto info = std::make_unique<PKCCertInfoEx>();
-    const Octets der = Hex(row.der);
     const Input input(der);
     EXPECT_EQ(
         CVD_Decode_RSAPublicKey(input.bin()->data, static_cast<uint32_t>(der.size()), info.get()),
-        static_cast<uint32_t>(row.status))
-        << row.der;
-    EXPECT_STREQ(info->rsaModulus, row.status == 0 ? "AKE=" : "") << row.der;
-  }
-  auto info = std::make_unique<PKCCertInfoEx>();
-  for (const auto& [octets, status] : {std::pair{747, 0}, std::pair{750, -5}}) {
-    const Octets der = Sequence({Der(0x02, Octets(static_cast<size_t>(octets), 1))});
-    EXPECT_EQ(CVD_Decode_RSAPublicKey(der.data(), static_cast<uint32_t>(der.size()), info.get()),
-              static_cast<uint32_t>(status));
+        static_cast<uint32_t>(status))
+        << ToHex(der);
+    EXPECT_EQ(std::string(info->rsaModulus).substr(0, 3), status != 0      ? ""
+                                                          : der.size() > 9 ? "AQE"
+                                                                           : "AKE");
   }
   CVD_Trace_Clear();
 }
@@ -427,10 +383,8 @@ TEST(KeyParameters, RsaModulusRows) {
 // ---- public keys and thumbprints -----------------------------------------------------------
 
 TEST(PublicKey, IsHandedOutWithItsParameters) {
-  CertificateParts parts;
   const Octets domain = Hex("3009 020117 02010B 020104");
-  parts.spki = Spki("1.2.840.10040.4.1", domain, Hex("020108"));
-  const Input dsa(MakeCertificate(parts));
+  const Input dsa(MakeCertificate({.spki = Spki("1.2.840.10040.4.1", domain, Hex("020108"))}));
   Output key;
   Output parameters;
   int32_t pkey_id = 0;
@@ -448,8 +402,7 @@ TEST(PublicKey, IsHandedOutWithItsParameters) {
   ASSERT_EQ(CVD_GetCertPubKey(&same, rsa.bin()), 0u);
   EXPECT_EQ(same.octets(), rsa_key.octets());
 
-  parts.spki = Spki("1.2.3", {}, Hex("01"));
-  const Certificate unknown(MakeCertificate(parts));
+  const Certificate unknown(MakeCertificate({.spki = Spki("1.2.3", {}, Hex("01"))}));
   Output nothing;
   EXPECT_EQ(CVD_PKC_GetPubKeyInfo(&pkey_id, nullptr, &nothing, unknown.get()), 36011u);
   EXPECT_EQ(pkey_id, -1);
@@ -459,10 +412,8 @@ TEST(PublicKey, IsHandedOutWithItsParameters) {
 }
 
 TEST(ThumbPrint, OfTheWholeAndOfTheSignedPart) {
-  CertificateParts parts;
-  const Input one(MakeCertificate(parts));
-  parts.signature = Hex("03020007");
-  const Input other(MakeCertificate(parts));
+  const Input one(MakeCertificate({}));
+  const Input other(MakeCertificate({.signature = Hex("03020007")}));
   const auto print = [](auto function, const BIN* der) {
     char text[32];
     std::memset(text, '#', sizeof text);
@@ -490,16 +441,14 @@ TEST(OptionValues, AreExactAndShowInTheirStorage) {
   }
   const Options options("ko_KR-euc");
   const char* stored = CVD_PKC_GetOption("locale");
-  for (const char* value :
-       {"ko_KR-EUC", "ja_JP-euc", "ko_KR-euc ", "", "upper", "ko_KR-UTF-80", "ko_KR"}) {
+  for (const char* value : {"ko_KR-EUC", "ko_KR-euc ", "", "upper", "ko_KR"}) {
     EXPECT_EQ(CVD_SetLocalePKC(value), -1) << value;
     EXPECT_STREQ(stored, "ko_KR-euc");
   }
   for (const char* value : {"Upper", "ko_KR-euc", "", "uppe"}) {
     EXPECT_EQ(CVD_PKC_SetOption("dncase", value), -1) << value;
   }
-  EXPECT_EQ(CVD_PKC_SetOption(nullptr, "upper"), -1);
-  EXPECT_EQ(CVD_PKC_SetOption("dncase", nullptr), -1);
+  EXPECT_EQ(CVD_PKC_SetOption(nullptr, "upper") + CVD_PKC_SetOption("dncase", nullptr), -2);
   EXPECT_EQ(CVD_PKC_SetOption("other", "upper"), -1);
   EXPECT_EQ(CVD_SetLocalePKC("ja_JP-SJIS"), 0);
   EXPECT_STREQ(stored, "ja_JP-SJIS");
@@ -507,15 +456,12 @@ TEST(OptionValues, AreExactAndShowInTheirStorage) {
 
 TEST(Version, IsCompared) {
   EXPECT_EQ(CVD_PKC_CheckVersion(nullptr), 0);
-  struct Row {
-    const char* required;
-    int32_t result;
-  };
-  for (const Row& row : {Row{"1.7.0.0", 0}, Row{"1.7.0.1", -1}, Row{"1.8.0.0", -1}, Row{"1.7", 0},
-                         Row{"1.8", -1}, Row{"", 0}, Row{"x", 0}, Row{"1.6.99.99", 0},
-                         Row{"99999999999.0.0.0", -1}, Row{"-99999999999.0.0.0", 0},
-                         Row{"0.0.0.9999999", -1}, Row{"+1.8.0.0", -1}, Row{" 1. 8", -1}}) {
-    EXPECT_EQ(CVD_PKC_CheckVersion(row.required), row.result) << row.required;
+  for (const char* met : {"1.7.0.0", "1.7", "", "x", "1.6.99.99", "-99999999999.0.0.0"}) {
+    EXPECT_EQ(CVD_PKC_CheckVersion(met), 0) << met;
+  }
+  for (const char* unmet :
+       {"1.7.0.1", "1.8.0.0", "1.8", "99999999999.0.0.0", "0.0.0.9999999", "+1.8.0.0", " 1. 8"}) {
+    EXPECT_EQ(CVD_PKC_CheckVersion(unmet), -1) << unmet;
   }
 }
 
