@@ -1,8 +1,6 @@
 // Names from text: the form, its limits in every character set, and that what renders parses again.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
 #include <sstream>
 
 #include "support/support.h"
@@ -117,13 +115,11 @@ TEST(NameFromText, LimitsHoldInEverySet) {
               {"ja_JP-UTF-8", "\xE3\x81\x82"}, {"ko_KR-euc", "a"}};
   for (const auto& set : sets) {
     const Options options(set.locale);
-    for (const std::string label : {"O", "T", "CN", "OU"}) {
-      EXPECT_EQ(ParsedName(label + "=" + Repeat(64, set.character)).status, 0u) << set.locale;
-      EXPECT_EQ(ParsedName(label + "=" + Repeat(65, set.character)).status, 1021u) << set.locale;
-    }
-    for (const std::string label : {"L", "S"}) {
-      EXPECT_EQ(ParsedName(label + "=" + Repeat(128, set.character)).status, 0u) << set.locale;
-      EXPECT_EQ(ParsedName(label + "=" + Repeat(129, set.character)).status, 1021u) << set.locale;
+    for (const std::string label : {"O", "T", "CN", "OU", "L", "S"}) {
+      const size_t bound = label == "L" || label == "S" ? 128 : 64;
+      const std::string longest = label + "=" + Repeat(bound, set.character);
+      EXPECT_EQ(ParsedName(longest).status, 0u) << set.locale;
+      EXPECT_EQ(ParsedName(longest + set.character).status, 1021u) << set.locale;
     }
   }
   EXPECT_EQ(ParsedName("E=" + Repeat(129, "x")).Encode(),
@@ -145,7 +141,6 @@ TEST(NameFromText, StoresAsPassedOrConverts) {
       {"CN=" + ga, Name({{kCn, Utf8("\xEA\xB0\x80")}})},
       {"E=" + ga, Name({{"1.2.840.113549.1.9.1", Ia5(ga)}})},
       {"C=" + ga, Name({{"2.5.4.6", Printable(ga)}})},
-      {"ID=" + ga, Name({{"0.9.2342.19200300.100.1.1", Ia5(ga)}})},
       {"DNQUALIFIER=@" + ga, Name({{"2.5.4.46", Printable("@" + ga)}})},
   };
   for (const auto& row : rows) EXPECT_EQ(ParsedName(row.text).Encode(), CertificateOf(row.value));
@@ -193,36 +188,6 @@ TEST(AttributeFromText, AddsToBothListsOrNeither) {
 
 // ---- there and back ------------------------------------------------------------------------
 
-// A value of the caller's set, without what the text form cannot carry. `*comma` tells whether the
-// component has its one comma.
-std::string RandomValue(std::mt19937* random, const std::vector<std::string>& characters,
-                        bool* comma) {
-  std::string value;
-  const size_t count = 1 + (*random)() % 30;
-  while (value.size() < count) {
-    const std::string& character = characters[(*random)() % characters.size()];
-    if (character == "," && std::exchange(*comma, true)) continue;
-    value += character;
-  }
-  if (value.front() == ' ') value.front() = 'x';
-  if (std::string_view(" ,\\").find(value.back()) != std::string_view::npos) value += 'x';
-  return value;
-}
-
-// The value as it may be written: specials behind a backslash, ASCII sometimes as hexadecimal.
-std::string Written(std::mt19937* random, const std::string& value) {
-  std::string text;
-  for (const char c : value) {
-    const bool special = std::string_view("\\,=<>").find(c) != std::string_view::npos;
-    if (static_cast<uint8_t>(c) < 0x20 || (*random)() % 16 == 0) {
-      text += "\\" + ToHex({static_cast<uint8_t>(c)});
-    } else {
-      text += special ? std::string("\\") + c : std::string(1, c);
-    }
-  }
-  return text;
-}
-
 TEST(NameFromText, WhatRendersParsesToTheSameOctets) {
   const struct {
     const char* locale;
@@ -232,26 +197,23 @@ TEST(NameFromText, WhatRendersParsesToTheSameOctets) {
               {"ja_JP-EUC", {"\xA4\xA2", "\xB0\xA1", "\x8E\xB1"}},
               {"ja_JP-SJIS", {"\x82\xA0", "\x95\x5C", "\x83\x5C", "\xB1", "\x81\x5B"}},
               {"ja_JP-UTF-8", {"\xE3\x81\x82", "\xE8\xA1\xA8"}}};
-  std::mt19937 random(20261125);  // NOLINT: the same names each time
   for (const auto& set : sets) {
     const Options options(set.locale);
     std::vector<std::string> characters = set.letters;
-    for (const char c : "abcXYZ019 .-/:'#\"@\\,=<>\x01\x1F"s) characters.emplace_back(1, c);
-    const char* const kLabels[] = {"cn", "ou", "O", "L", "s", "T"};
-    for (int i = 0; i < 2000; ++i) {
-      std::string text;
-      bool comma = false;
-      for (size_t count = 1 + random() % 4; count > 0; --count) {
-        const bool joined = random() % 4 == 0;
-        if (!text.empty()) text += joined ? " + " : ", ";
-        if (!joined) comma = false;
-        text += kLabels[random() % std::size(kLabels)];
-        text += "=" + Written(&random, RandomValue(&random, characters, &comma));
+    for (const char c : "aZ09 .-/:'#\"@\\,=<>\x01\x1F"s) characters.emplace_back(1, c);
+    for (const std::string& a : characters) {
+      for (const std::string& b : characters) {
+        std::string value;  // as it may be written
+        for (const char c : "x" + a + (a == "," && a == b ? "" : b) + "x") {
+          const bool special = "\\,=<>"s.find(c) != std::string::npos;
+          const auto octet = static_cast<uint8_t>(c);
+          value += octet < 0x20 || c == 'x' ? "\\" + ToHex({octet})
+                                            : (special ? "\\" : "") + std::string(1, c);
+        }
+        const ParsedName name("cn=" + value + " , O=a + ou=" + value);
+        ASSERT_EQ(name.status, 0u) << set.locale << ' ' << value;
+        ASSERT_EQ(ParsedName(name.Render()).Encode(), name.Encode()) << set.locale << ' ' << value;
       }
-      const ParsedName name(text);
-      ASSERT_EQ(name.status, 0u) << set.locale << ' ' << text;
-      const ParsedName again(name.Render());
-      ASSERT_EQ(again.Encode(), name.Encode()) << set.locale << ' ' << text;
     }
   }
 }
@@ -266,7 +228,6 @@ TEST(NameFromText, WhatTheTextFormCannotCarry) {
   } rows[] = {
       {Name({{kCn, Utf8(" a ")}}), "cn= a ", 0, "cn=a"},
       {Name({{kCn, Utf8("a+b")}}), "cn=a\\+b", 36032},
-      {Name({{kCn, Utf8("a;b")}}), "cn=a\\;b", 36032},
       {Name({{kCn, Utf8("a,b,c")}}), "cn=a\\,b\\,c", 36032},
       {Name({{kCn, Utf8("a,")}}), "cn=a\\,", 36032},
       {Sequence({Sequence({Value(kOu, Utf8("b")), Value(kCn, Utf8("a\\"))}, 0x31)}),
@@ -279,7 +240,6 @@ TEST(NameFromText, WhatTheTextFormCannotCarry) {
       {Name({{"2.5.4.46", Printable("q,cn=x")}}), "dnqualifier=q,cn=x", 0, "dnqualifier=q,cn=x"},
       {Name({{"2.5.4.6", Printable("KOR")}}), "c=KO", 0, "c=KO"},
       {Name({{"2.5.4.5", Printable("1")}, {kCn, Utf8("a")}}), "cn=a", 0, "cn=a"},
-      {Name({{kCn, Printable("a")}}), "cn=a", 0, "cn=a"},  // becomes a UTF8String
   };
   const Options options("ko_KR-UTF-8");
   for (const auto& row : rows) {
