@@ -220,7 +220,7 @@ TEST(CertificateShape, IsAcceptedWholeOrRefusedWhereItIsWrong) {
     const char* name;
     CertificateParts parts;
     uint32_t status = 0;
-    std::string path = "";  // below the signed part
+    std::string path = {};  // below the signed part
   } rows[] = {
       {"NoVersion", {.version = {}}},
       {"ExplicitVersion1", {.version = Hex("A003020100")}},

@@ -210,7 +210,9 @@ TEST(NameFromText, WhatRendersParsesToTheSameOctets) {
           value += octet < 0x20 || c == 'x' ? "\\" + ToHex({octet})
                                             : (special ? "\\" : "") + std::string(1, c);
         }
-        const ParsedName name("cn=" + value + " , O=a + ou=" + value);
+        std::string text = "cn=";
+        text.append(value).append(" , O=a + ou=").append(value);
+        const ParsedName name(text);
         ASSERT_EQ(name.status, 0u) << set.locale << ' ' << value;
         ASSERT_EQ(ParsedName(name.Render()).Encode(), name.Encode()) << set.locale << ' ' << value;
       }
