@@ -16,6 +16,7 @@
 struct CVD_PrivateKey {
   RSA* rsa;  // null when it is the other kind
   DSA* dsa;
+  bool short_of_memory;  // at a signature; read and written by std::atomic_ref
 };
 
 namespace corvid {
@@ -71,7 +72,7 @@ struct DsaNumbers {
 [[nodiscard]] uint32_t MakeRsa(const RsaNumbers& in, RSA** key);
 [[nodiscard]] uint32_t MakeDsa(const DsaNumbers& in, DSA** key);
 
-[[nodiscard]] uint32_t SignRsa(RSA* key, Bytes data, int32_t hashID, BIN* signature);
+[[nodiscard]] uint32_t SignRsa(CVD_PrivateKey* key, Bytes data, int32_t hashID, BIN* signature);
 [[nodiscard]] uint32_t SignDsa(DSA* key, Bytes data, int32_t hashID, BIN* signature);
 
 }  // namespace corvid

@@ -5,6 +5,7 @@
 #include <openssl/rsa.h>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cstring>
 
@@ -199,11 +200,31 @@ uint32_t VerifyRsa(const Verification& in) {
   return std::memcmp(recovered, expected, length) == 0 ? 0 : CVD_CSP_ERR_VERIFY;
 }
 
+// What OpenSSL keeps beside a key for blinding is changed in two steps. Once memory ran short
+// between them, every later signature would be wrong without a word: from then on they are made
+// with copies of the key, which have nothing beside them.
+static bool EncryptBlinded(CVD_PrivateKey* key, Bytes message, uint8_t* out) {
+  const auto encrypt = [&](RSA* rsa) {
+    return RSA_private_encrypt(static_cast<int>(message.size()), message.data(), out, rsa,
+                               RSA_PKCS1_PADDING) == RSA_size(rsa);
+  };
+  const std::atomic_ref short_of_memory(key->short_of_memory);
+  if (!short_of_memory) {
+    if (!encrypt(key->rsa)) {
+      short_of_memory = true;
+      return false;
+    }
+    if (!short_of_memory) return true;  // nor meanwhile, in another thread
+  }
+  const std::unique_ptr<RSA, Freed<RSA_free>> copy(RSAPrivateKey_dup(key->rsa));
+  return copy != nullptr && encrypt(copy.get());
+}
+
 // OpenSSL pads, blinds, and checks what the Chinese remainder theorem gave before it hands it out.
-uint32_t SignRsa(RSA* key, Bytes data, int32_t hashID, BIN* signature) {
+uint32_t SignRsa(CVD_PrivateKey* key, Bytes data, int32_t hashID, BIN* signature) {
   const Bytes info = DigestInfo(hashID);
   if (info.empty()) return CVD_CSP_ERR_INTERNAL;
-  const int length = RSA_size(key);
+  const int length = RSA_size(key->rsa);
   if (static_cast<size_t>(length) < LeastLength(info)) return CVD_CSP_ERR_BAD_KEY;
   DigestValue digest;
   if (const uint32_t status = Digest({data}, hashID, &digest); status != 0) return status;
@@ -211,8 +232,7 @@ uint32_t SignRsa(RSA* key, Bytes data, int32_t hashID, BIN* signature) {
   uint8_t* const end = std::ranges::copy(digest.view(), std::ranges::copy(info, message).out).out;
   ScopedOctets value(static_cast<uint8_t*>(CVD_malloc(static_cast<size_t>(length))));
   if (value == nullptr) return CVD_CSP_ERR_MALLOC;
-  if (RSA_private_encrypt(static_cast<int>(end - message), message, value.get(), key,
-                          RSA_PKCS1_PADDING) != length) {
+  if (!EncryptBlinded(key, {message, end}, value.get())) {
     return CVD_CSP_ERR_MALLOC;  // the key is sound: nothing else is left
   }
   *signature = {length, value.release()};

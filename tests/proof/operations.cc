@@ -210,6 +210,24 @@ uint32_t VerifyMessage(const Sample& in) {
   return status;
 }
 
+// Of a signature by the sample's own key, which is a DSA key in one of the samples.
+uint32_t VerifyOwnMessage(const Sample& in) {
+  BIN parameters{0, nullptr};
+  BIN key{0, nullptr};
+  BIN signature{0, nullptr};
+  int32_t type = 0;
+  uint32_t status = CVD_CSP_GetPublicKey(in.key, &type, &parameters, &key);
+  if (status == 0) {
+    status = CVD_CSP_ComputeMsgSignature(&signature, &in.der, in.key, in.in.sign, nullptr);
+  }
+  if (status == 0) {
+    const CVD_AlgorithmParameters given{&parameters, {}};
+    status = CVD_CSP_VerifyMsgSignature(&signature, &in.der, &key, in.in.sign, &given);
+  }
+  for (BIN* bin : {&parameters, &key, &signature}) CVD_BIN_Reset(bin);
+  return status;
+}
+
 uint32_t KeyLength(const Sample& in, Results* out) {
   if (in.certificate == nullptr) return kFailed;
   const CVD_SubjectPublicKeyInfo& info = in.certificate->tbsCertificate.subjectPublicKeyInfo;
@@ -473,6 +491,7 @@ const Operation kOperations[] = {
     ROW("CVD_CSP_GetKeyLength", KeyLength(in, out), kNever),
     ROW("CVD_CSP_Hash CVD_CSP_HashInto", HashByEach(in, out), kPartial, kCsp),
     ROW("CVD_CSP_VerifyMsgSignature", VerifyMessage(in), kUntouched, kAsn, kCsp),
+    ROW("CVD_CSP_VerifyMsgSignature", VerifyOwnMessage(in), kUntouched, kCsp),
     OF(CVD_CSP_LoadPrivateKey, (&out->key, &in.private_key, nullptr), kUntouched, kCsp),
     OF(CVD_CSP_LoadPrivateKey, (&out->key, &in.encrypted_key, "secret"), kUntouched, kCsp),
     ROW("CVD_CSP_FreePrivateKey", (CVD_CSP_FreePrivateKey(nullptr), 0), kNever),
