@@ -1,7 +1,8 @@
 // The information records: the basic fields, the pass over the extensions, and the entry points
 // that fill a whole record from a file, from DER, or from a decoded certificate.
-#include <cstdlib>
+#include <atomic>
 #include <cstring>
+#include <ctime>
 
 #include "corvid/asn.h"
 #include "corvid/common.h"
@@ -66,10 +67,11 @@ struct TimeParts {
 
 // Two digits and what stands behind them; false, with anything written, for other numbers.
 bool PutTwoDigits(int number, char behind, char* out) {
-  out[0] = static_cast<char>('0' + number / 10);
-  out[1] = static_cast<char>('0' + number % 10);
+  const auto digits = static_cast<unsigned>(number);
+  out[0] = static_cast<char>('0' + digits / 10);
+  out[1] = static_cast<char>('0' + digits % 10);
   out[2] = behind;
-  return number >= 0 && number <= 99;
+  return digits <= 99;
 }
 
 // "2026-01-31 09:00:00". Fields that a decoded time cannot have are left to the slower formatting.
@@ -88,11 +90,20 @@ void WriteTime(const TimeParts& parts, char (&field)[50]) {
   }
 }
 
-// True when local time is UTC, as it is on servers. localtime_r takes a lock that all threads
-// share.
+// True when the C library's local time is UTC, as it is on servers, which localtime_r would take a
+// lock for that all threads share. The name alone does not tell: a zone with leap seconds has it
+// too.
 bool LocalIsUtc() {
-  const char* zone = std::getenv("TZ");
-  return zone != nullptr && (std::strcmp(zone, "UTC0") == 0 || std::strcmp(zone, "UTC") == 0);
+  static std::atomic<const char*> utc{nullptr};  // the name of a zone that was seen to be UTC
+  const char* name = tzname[0];
+  if (timezone != 0 || daylight != 0) return false;
+  if (name == utc.load(std::memory_order_relaxed)) return true;
+  const int64_t late = INT32_MAX;  // 03:14:07
+  struct tm local;
+  if (std::strcmp(name, "UTC") != 0 || pkc_localtime(&late, &local) == nullptr) return false;
+  if (local.tm_hour != 3 || local.tm_min != 14 || local.tm_sec != 7) return false;
+  utc.store(name, std::memory_order_relaxed);
+  return true;
 }
 
 // True for a day that every month has, at a time that every day has.
@@ -150,16 +161,12 @@ uint32_t Signature(const CVD_BitString& signature, PKCCertInfo* info) {
   return corvid::WriteHex(info->signatureHex, sizeof info->signatureHex, {signature.data, octets});
 }
 
-// A name as text, made in the field itself. The field is empty when the name cannot be rendered.
+// A name as text; the field stays as it is when the name cannot be rendered.
 uint32_t NameText(const CVD_Name& name, char (&field)[1024]) {
-  corvid::NameText text(field);
+  char near[sizeof field];
+  corvid::NameText text(near);
   const uint32_t status = corvid::RenderName(name, &text);
-  const std::string_view made = status == 0 ? text.End() : std::string_view();
-  if (made.data() == field) {
-    std::memset(field + made.size(), 0, sizeof field - made.size());
-  } else {
-    CopyText(field, made);
-  }
+  if (status == 0) CopyText(field, text.End());
   return status;
 }
 
@@ -173,7 +180,7 @@ uint32_t BasicFields(const CVD_Certificate& certificate, PKCCertInfo* info) {
   } else {
     Dotted(tbs.signature.algorithm, "unknown", info->signAlgorithm);
   }
-  static_cast<void>(NameText(tbs.issuer, info->issuerDN));
+  if (NameText(tbs.issuer, info->issuerDN) != 0) info->issuerDN[0] = '\0';
   const bool local_is_utc = LocalIsUtc();
   TimeText(tbs.notBefore, local_is_utc, info->notBefore);
   TimeText(tbs.notAfter, local_is_utc, info->notAfter);

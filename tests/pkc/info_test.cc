@@ -112,7 +112,19 @@ TEST(BasicInfo, UtcIsTheSameByAnyName) {
     }
     EXPECT_EQ(texts, Repeat(3, texts.substr(0, texts.size() / 3)));
   }
-  SetZone("UTC0");
+}
+
+TEST(BasicInfo, OneZoneHoldsForBothTimes) {
+  // UTC by its name alone, then with an environment that the C library has not looked at again.
+  for (const char* zone : {"UTC-9", "UTC0"}) {
+    SetZone(zone);
+    setenv("TZ", "UTC0", 1);
+    const PKCCertInfo info =
+        InfoOf({.not_before = Der(0x17, "260101000000Z"), .not_after = Der(0x17, "260131000000Z")});
+    const std::string hour = zone == std::string("UTC0") ? "00" : "09";
+    EXPECT_EQ(info.notBefore, "2026-01-01 " + hour + ":00:00");
+    EXPECT_EQ(info.notAfter, "2026-01-31 " + hour + ":00:00");
+  }
 }
 
 TEST(BasicInfo, FailuresEndTheRecordOrDoNot) {
@@ -128,6 +140,11 @@ TEST(BasicInfo, FailuresEndTheRecordOrDoNot) {
   EXPECT_EQ(TakeTrace(),
             "CVD_PKC_AsnRDNs_ToString 36032\nCVD_ExtractRDN 36032\n"
             "CVD_ExtractCertInfoNoExt 36032\nCVD_ExtractCertInfo 36032\n");
+  const Certificate unnamed(MakeCertificate({.subject = universal}));
+  std::memset(&info, 'q', sizeof info);
+  EXPECT_EQ(CVD_ExtractCertInfoNoExt(nullptr, unnamed.get(), &info), uint32_t{PKC_ERR_BAD_RDN});
+  EXPECT_EQ(std::string(info.subjectDN, 1024), std::string(1024, 'q')) << "stays as it was";
+  CVD_Trace_Clear();
 
   InfoOf({.spki = Spki("1.2.840.113549.1.1.1", Hex("0500"), {})}, PKC_ERR_NO_PUBKEY);
   InfoOf({.signature = Hex("030100")}, PKC_ERR_INVALID_INPUT);
