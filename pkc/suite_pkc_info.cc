@@ -1,5 +1,6 @@
 // The information records: the basic fields, the pass over the extensions, and the entry points
 // that fill a whole record from a file, from DER, or from a decoded certificate.
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <ctime>
@@ -32,13 +33,16 @@ constexpr corvid::Tracer kTrace{"suite_pkc"};
 
 // ---- basic fields --------------------------------------------------------------------------
 
-// Copies what fits of a text and fills the field with NULs, so that nothing stays of the text
+// What a record holds before it is filled.
+enum class Before : uint8_t { kZeros, kAnything };
+
+// Copies what fits of a text; the rest of the field is NULs, so that nothing stays of the text
 // before.
 template <size_t kSize>
-void CopyText(char (&field)[kSize], std::string_view text) {
+void CopyText(char (&field)[kSize], Before before, std::string_view text) {
   const size_t length = std::min(text.size(), kSize - 1);
   corvid::CopyShort(field, text.data(), length);
-  std::memset(field + length, 0, kSize - length);
+  if (before != Before::kZeros) std::memset(field + length, 0, kSize - length);
 }
 
 void SerialNumber(const Huge& serial, uint32_t* number, char (&hex)[41]) {
@@ -52,12 +56,12 @@ void SerialNumber(const Huge& serial, uint32_t* number, char (&hex)[41]) {
 
 // The dotted identifier; `otherwise`, if it is not null, when the identifier has no text.
 template <size_t kSize>
-void Dotted(const CVD_OID& oid, const char* otherwise, char (&field)[kSize]) {
+void Dotted(const CVD_OID& oid, Before before, const char* otherwise, char (&field)[kSize]) {
   corvid::DottedText text;
   if (text.Make(oid) == 0) {
-    CopyText(field, text.get());
+    CopyText(field, before, text.get());
   } else if (otherwise != nullptr) {
-    CopyText(field, otherwise);
+    CopyText(field, before, otherwise);
   }
 }
 
@@ -65,25 +69,32 @@ struct TimeParts {
   int year, month, day, hour, minute, second;
 };
 
-// Two digits and what stands behind them; false, with anything written, for other numbers.
+// "00", "01" to "99".
+constexpr std::array<char[2], 100> MakePairs() {
+  std::array<char[2], 100> pairs{};
+  for (size_t i = 0; i < pairs.size(); ++i) {
+    pairs[i][0] = static_cast<char>('0' + i / 10);
+    pairs[i][1] = static_cast<char>('0' + i % 10);
+  }
+  return pairs;
+}
+constexpr std::array<char[2], 100> kPairs = MakePairs();
+
+// Two digits and what stands behind them; false for other numbers.
 bool PutTwoDigits(int number, char behind, char* out) {
-  const auto digits = static_cast<unsigned>(number);
-  out[0] = static_cast<char>('0' + digits / 10);
-  out[1] = static_cast<char>('0' + digits % 10);
+  if (static_cast<size_t>(number) >= kPairs.size()) return false;
+  std::memcpy(out, kPairs[static_cast<size_t>(number)], 2);
   out[2] = behind;
-  return digits <= 99;
+  return true;
 }
 
 // "2026-01-31 09:00:00". Fields that a decoded time cannot have are left to the slower formatting.
 void WriteTime(const TimeParts& parts, char (&field)[50]) {
-  bool usual = parts.year >= 0;
-  usual &= PutTwoDigits(parts.year / 100, '0', field);
-  usual &= PutTwoDigits(parts.year % 100, '-', field + 2);
-  usual &= PutTwoDigits(parts.month, '-', field + 5);
-  usual &= PutTwoDigits(parts.day, ' ', field + 8);
-  usual &= PutTwoDigits(parts.hour, ':', field + 11);
-  usual &= PutTwoDigits(parts.minute, ':', field + 14);
-  usual &= PutTwoDigits(parts.second, '\0', field + 17);
+  const bool usual =
+      parts.year >= 0 && PutTwoDigits(parts.year / 100, '0', field) &&
+      PutTwoDigits(parts.year % 100, '-', field + 2) && PutTwoDigits(parts.month, '-', field + 5) &&
+      PutTwoDigits(parts.day, ' ', field + 8) && PutTwoDigits(parts.hour, ':', field + 11) &&
+      PutTwoDigits(parts.minute, ':', field + 14) && PutTwoDigits(parts.second, '\0', field + 17);
   if (!usual) {
     pkc_snprintf(field, sizeof field, "%04d-%02d-%02d %02d:%02d:%02d", parts.year, parts.month,
                  parts.day, parts.hour, parts.minute, parts.second);
@@ -132,12 +143,12 @@ void TimeText(const CVD_Time& time, bool local_is_utc, char (&field)[50]) {
   WriteTime({year, stored.month, stored.day, stored.hour, stored.minute, stored.second}, field);
 }
 
-uint32_t PublicKey(const CVD_SubjectPublicKeyInfo& key_info, PKCCertInfo* info) {
+uint32_t PublicKey(const CVD_SubjectPublicKeyInfo& key_info, Before before, PKCCertInfo* info) {
   const corvid::KeyRow* row = corvid::KeyRowOf(key_info.algorithm.algorithm);
   if (row != nullptr && row->name[0] != '\0') {
-    CopyText(info->publicKeyAlgorithm, row->name);
+    CopyText(info->publicKeyAlgorithm, before, row->name);
   } else {
-    Dotted(key_info.algorithm.algorithm, nullptr, info->publicKeyAlgorithm);
+    Dotted(key_info.algorithm.algorithm, before, nullptr, info->publicKeyAlgorithm);
   }
   const int32_t pkey_id = row == nullptr ? CVD_PKEY_UNKNOWN : row->pkeyID;
   const bool has_parameters = pkey_id == CVD_PKEY_DSA || pkey_id == CVD_PKEY_KCDSA;
@@ -162,30 +173,32 @@ uint32_t Signature(const CVD_BitString& signature, PKCCertInfo* info) {
 }
 
 // A name as text; the field stays as it is when the name cannot be rendered.
-uint32_t NameText(const CVD_Name& name, char (&field)[1024]) {
+uint32_t NameText(const CVD_Name& name, Before before, char (&field)[1024]) {
   char near[sizeof field];
   corvid::NameText text(near);
   const uint32_t status = corvid::RenderName(name, &text);
-  if (status == 0) CopyText(field, text.End());
+  if (status == 0) CopyText(field, before, text.End());
   return status;
 }
 
-uint32_t BasicFields(const CVD_Certificate& certificate, PKCCertInfo* info) {
+uint32_t BasicFields(const CVD_Certificate& certificate, Before before, PKCCertInfo* info) {
   const CVD_TBSCertificate& tbs = certificate.tbsCertificate;
   info->version = (tbs.present & 0x80) != 0 ? static_cast<uint32_t>(tbs.version) + 1 : 1;
   SerialNumber(tbs.serialNumber, &info->serialNumber, info->serialHex);
   const corvid::SignRow* row = corvid::SignRowOf(tbs.signature.algorithm);
   if (row != nullptr) {
-    CopyText(info->signAlgorithm, row->name);
+    CopyText(info->signAlgorithm, before, row->name);
   } else {
-    Dotted(tbs.signature.algorithm, "unknown", info->signAlgorithm);
+    Dotted(tbs.signature.algorithm, before, "unknown", info->signAlgorithm);
   }
-  if (NameText(tbs.issuer, info->issuerDN) != 0) info->issuerDN[0] = '\0';
+  if (NameText(tbs.issuer, before, info->issuerDN) != 0) info->issuerDN[0] = '\0';
   const bool local_is_utc = LocalIsUtc();
   TimeText(tbs.notBefore, local_is_utc, info->notBefore);
   TimeText(tbs.notAfter, local_is_utc, info->notAfter);
-  if (const uint32_t status = NameText(tbs.subject, info->subjectDN); status != 0) return status;
-  if (const uint32_t status = PublicKey(tbs.subjectPublicKeyInfo, info); status != 0) {
+  if (const uint32_t status = NameText(tbs.subject, before, info->subjectDN); status != 0) {
+    return status;
+  }
+  if (const uint32_t status = PublicKey(tbs.subjectPublicKeyInfo, before, info); status != 0) {
     return status;
   }
   return Signature(certificate.signature, info);
@@ -277,7 +290,8 @@ uint32_t ExtensionFields(const CVD_Certificate& certificate, PKCCertInfo* info) 
 // ---- whole records -------------------------------------------------------------------------
 
 uint32_t AllFields(const CVD_Certificate* certificate, PKCCertInfo* info) {
-  const uint32_t status = CVD_ExtractCertInfoNoExt(nullptr, certificate, info);
+  const uint32_t status =
+      kTrace("CVD_ExtractCertInfoNoExt", BasicFields(*certificate, Before::kZeros, info));
   return status != 0 ? status : CVD_ExtractCertExtension(nullptr, certificate, info);
 }
 
@@ -409,7 +423,7 @@ uint32_t CVD_GetCertificateCtxBin(void* /*context*/, const BIN* certificate,
 uint32_t CVD_ExtractCertInfoNoExt(void* /*context*/, const CVD_Certificate* certificate,
                                   PKCCertInfo* info) {
   if (certificate == nullptr || info == nullptr) return PKC_ERR_INVALID_INPUT;
-  return kTrace("CVD_ExtractCertInfoNoExt", BasicFields(*certificate, info));
+  return kTrace("CVD_ExtractCertInfoNoExt", BasicFields(*certificate, Before::kAnything, info));
 }
 
 uint32_t CVD_ExtractCertExtension(void* /*context*/, const CVD_Certificate* certificate,
