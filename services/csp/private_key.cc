@@ -133,9 +133,10 @@ struct Tags {
 constexpr size_t kMostPassphrase = 1 << 20;
 
 uint32_t Load(Bytes encoding, const char* passphrase, CVD_PrivateKey** key) {
-  std::unique_ptr<CVD_PrivateKey, Freed<CVD_CSP_FreePrivateKey>> loaded(
-      static_cast<CVD_PrivateKey*>(CVD_calloc(1, sizeof(CVD_PrivateKey))));
-  if (loaded == nullptr) return CVD_CSP_ERR_MALLOC;
+  void* const block = CVD_malloc(sizeof(CVD_PrivateKey));
+  if (block == nullptr) return CVD_CSP_ERR_MALLOC;
+  std::unique_ptr<CVD_PrivateKey, Freed<CVD_CSP_FreePrivateKey>> loaded(new (block)
+                                                                            CVD_PrivateKey{});
   // Doubled by one of the schemes, it must still fit an int.
   if (passphrase != nullptr && strnlen(passphrase, kMostPassphrase + 1) > kMostPassphrase) {
     return CVD_CSP_ERR_INVALID_INPUT;
@@ -189,6 +190,12 @@ uint32_t FailureOr(uint32_t status) {
   return told;
 }
 
+bool HasToldAnError() {
+  const ERR_STATE* const errors = ERR_get_state();
+  return errors == nullptr ||
+         (errors->top != errors->bottom && errors->err_marks[errors->top] == 0);
+}
+
 bool IsNullOrAbsent(Bytes parameters) {
   constexpr uint8_t kNull[] = {kTagNull, 0};
   return parameters.empty() || std::ranges::equal(parameters, kNull);
@@ -223,8 +230,13 @@ uint32_t CVD_CSP_LoadPrivateKey(CVD_PrivateKey** key, const BIN* encoding, const
 
 void CVD_CSP_FreePrivateKey(CVD_PrivateKey* key) {
   if (key == nullptr) return;
+  while (corvid::SigningCopy* copy = key->idle) {
+    key->idle = copy->next;
+    corvid::FreeCopy(copy);
+  }
   RSA_free(key->rsa);  // both clear the private numbers
   DSA_free(key->dsa);
+  key->~CVD_PrivateKey();
   CVD_free(key);
 }
 

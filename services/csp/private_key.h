@@ -5,18 +5,29 @@
 #include <openssl/types.h>
 
 #include <memory>
+#include <mutex>
 
 #include "corvid/common.h"
 #include "corvid/csp.h"
 #include "verify.h"
 
+namespace corvid {
+
+// A copy of an RSA key that makes one signature at a time.
+struct SigningCopy {
+  RSA* rsa;
+  SigningCopy* next;
+};
+
+}  // namespace corvid
+
 // OpenSSL's objects of a kind of key, and not EVP_PKEY: one takes the DigestInfo of any hash, keeps
-// its Montgomery contexts and blinding, serves many threads at once, and asks for no algorithm and
-// no context a signature.
+// its Montgomery contexts and blinding, and asks for no algorithm and no context a signature.
 struct CVD_PrivateKey {
   RSA* rsa;  // null when it is the other kind
   DSA* dsa;
-  bool short_of_memory;  // at a signature; read and written by std::atomic_ref
+  corvid::SigningCopy* idle;  // copies of `rsa`, behind the mutex
+  std::mutex mutex;
 };
 
 namespace corvid {
@@ -26,6 +37,8 @@ using ScopedOctets = std::unique_ptr<uint8_t, Freed<CVD_free>>;
 
 // CVD_CSP_ERR_MALLOC when one of OpenSSL's errors since the mark says so, else `status`.
 [[nodiscard]] uint32_t FailureOr(uint32_t status);
+// True when OpenSSL told an error since the mark, or could not have told it.
+[[nodiscard]] bool HasToldAnError();
 
 // Writes with one of OpenSSL's i2d functions.
 template <typename Object>
@@ -72,6 +85,7 @@ struct DsaNumbers {
 [[nodiscard]] uint32_t MakeRsa(const RsaNumbers& in, RSA** key);
 [[nodiscard]] uint32_t MakeDsa(const DsaNumbers& in, DSA** key);
 
+void FreeCopy(SigningCopy* copy);
 [[nodiscard]] uint32_t SignRsa(CVD_PrivateKey* key, Bytes data, int32_t hashID, BIN* signature);
 [[nodiscard]] uint32_t SignDsa(DSA* key, Bytes data, int32_t hashID, BIN* signature);
 

@@ -5,7 +5,6 @@
 #include <openssl/rsa.h>
 
 #include <algorithm>
-#include <atomic>
 #include <bit>
 #include <cstring>
 
@@ -200,24 +199,46 @@ uint32_t VerifyRsa(const Verification& in) {
   return std::memcmp(recovered, expected, length) == 0 ? 0 : CVD_CSP_ERR_VERIFY;
 }
 
-// What OpenSSL keeps beside a key for blinding is changed in two steps. Once memory ran short
-// between them, every later signature would be wrong without a word: from then on they are made
-// with copies of the key, which have nothing beside them.
-static bool EncryptBlinded(CVD_PrivateKey* key, Bytes message, uint8_t* out) {
-  const auto encrypt = [&](RSA* rsa) {
-    return RSA_private_encrypt(static_cast<int>(message.size()), message.data(), out, rsa,
-                               RSA_PKCS1_PADDING) == RSA_size(rsa);
-  };
-  const std::atomic_ref short_of_memory(key->short_of_memory);
-  if (!short_of_memory) {
-    if (!encrypt(key->rsa)) {
-      short_of_memory = true;
-      return false;
+void FreeCopy(SigningCopy* copy) {
+  RSA_free(copy->rsa);
+  CVD_free(copy);
+}
+
+static SigningCopy* TakeCopy(CVD_PrivateKey* key) {
+  {
+    const std::lock_guard lock(key->mutex);
+    if (SigningCopy* const copy = key->idle; copy != nullptr) {
+      key->idle = copy->next;
+      return copy;
     }
-    if (!short_of_memory) return true;  // nor meanwhile, in another thread
   }
-  const std::unique_ptr<RSA, Freed<RSA_free>> copy(RSAPrivateKey_dup(key->rsa));
-  return copy != nullptr && encrypt(copy.get());
+  RSA* const rsa = RSAPrivateKey_dup(key->rsa);
+  auto* const copy =
+      static_cast<SigningCopy*>(rsa == nullptr ? nullptr : CVD_malloc(sizeof(SigningCopy)));
+  if (copy == nullptr) {
+    RSA_free(rsa);
+    return nullptr;
+  }
+  *copy = {rsa, nullptr};
+  return copy;
+}
+
+// What OpenSSL keeps beside a key for blinding is changed at each signature, and made anew at every
+// 32nd. When memory runs short in between, it may say that all is well, and the signatures up to
+// the next time are wrong. So no other thread signs with the same copy, and one goes at any error.
+static bool EncryptBlinded(CVD_PrivateKey* key, Bytes message, uint8_t* out) {
+  SigningCopy* const copy = TakeCopy(key);
+  if (copy == nullptr) return false;
+  const int length = RSA_private_encrypt(static_cast<int>(message.size()), message.data(), out,
+                                         copy->rsa, RSA_PKCS1_PADDING);
+  if (length != RSA_size(key->rsa) || HasToldAnError()) {
+    FreeCopy(copy);
+    return false;
+  }
+  const std::lock_guard lock(key->mutex);
+  copy->next = key->idle;
+  key->idle = copy;
+  return true;
 }
 
 // OpenSSL pads, blinds, and checks what the Chinese remainder theorem gave before it hands it out.
