@@ -1,39 +1,58 @@
-// Real certificates: what decodes encodes back to the same octets, the record says what OpenSSL
-// says, and nothing malformed does harm. Exceptions are data, each with its reason.
+// Real certificates: what decodes encodes back to the same octets, the record is made of all but
+// known exceptions, and nothing malformed does harm.
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/x509.h>
-#include <openssl/x509v3.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <ctime>
-#include <map>
-#include <memory>
-#include <set>
-
-#include "corpus/exceptions.h"
 #include "support/spoiled.h"
 
 namespace corvid::test {
 namespace {
 
-namespace fs = std::filesystem;
+struct Refusal {
+  const char* name;
+  uint32_t code;
+  const char* reason;
+};
+
+// The reviewed exceptions, each with its reason; one that no longer happens fails the test.
+// Certificates that a whole record refuses, beside those whose subject is empty
+// (PKC_ERR_INVALID_INPUT; RFC 5280 section 4.1.2.6 allows it, the record has no text for it).
+constexpr Refusal kRefusedRecords[] = {
+    {"boringssl-pki/bad_key_usage.der", PKC_ERR_BAD_KEYUSAGE, "keyUsage without a bit"},
+    {"boringssl-pki/bad_policy_qualifiers.der", PKC_ERR_BAD_POLICIES, "qualifier without value"},
+    {"boringssl-pki/subjectaltname_trailing_data.der", PKC_ERR_BAD_EXTENSION,
+     "octets after the GeneralNames"},
+    {"botan/dn-empty-attribute-value-invalid-0.der", PKC_ERR_BAD_RDN, "empty attribute value"},
+    {"ct-go/xf-ext-extended-key-usage-empty-oid.der", PKC_ERR_BAD_EXTENSION,
+     "object identifier without octets"},
+    {"ct-go/xf-ext-extended-key-usage-empty.der", PKC_ERR_BAD_EXTENSION, "extension without value"},
+    {"zlint/CNPresentButEmpty.der", PKC_ERR_BAD_RDN, "empty attribute value"},
+    {"zlint/IANDNSNull.der", PKC_ERR_BAD_EXTENSION, "NUL in a DNS name"},
+    {"zlint/SANDNSNameNotFQDN.der", PKC_ERR_BAD_EXTENSION, "NUL in a DNS name"},
+    {"zlint/SANDNSNull.der", PKC_ERR_BAD_EXTENSION, "NUL in a DNS name"},
+    {"zlint/caBlankCountry.der", PKC_ERR_BAD_RDN, "country of another length than 2 or 3"},
+    {"zlint/caSubjectEmpty.der", PKC_ERR_BAD_RDN, "empty attribute values"},
+    {"zlint/only_meta_data_in_country_name.der", PKC_ERR_BAD_RDN,
+     "country of another length than 2 or 3"},
+    {"zlint/policyQualifiersOtherThanCpsNotPermittedValid.der", PKC_ERR_BAD_POLICIES,
+     "CPS pointer that is no IA5String"},
+    {"zlint/subjectCCorrectEncoding.der", PKC_ERR_BAD_RDN, "country of another length than 2 or 3"},
+    {"zlint/subjectCNWrongEncoding.der", PKC_ERR_BAD_RDN, "UniversalString"},
+    {"zlint/subjectInvalidCountry.der", PKC_ERR_BAD_RDN, "country of another length than 2 or 3"},
+    {"zlint/subjectUID.der", PKC_ERR_BAD_RDN, "country in a TeletexString"},
+};
 
 struct Sample {
   std::string name;  // the file's path below its folder
   Octets der;
 };
 
-std::vector<Sample> Samples(const std::vector<fs::path>& files) {
+std::vector<Sample> Samples(const std::vector<std::filesystem::path>& files) {
   std::vector<Sample> samples;
-  for (const fs::path& file : files) {
+  for (const auto& file : files) {
     samples.push_back({file.parent_path().filename() / file.filename(), ReadCertificate(file)});
   }
   return samples;
 }
-
-// ---- exceptions ----------------------------------------------------------------------------
 
 // What a whole record of the certificate must return.
 uint32_t ExpectedStatus(const Sample& sample, const CVD_Certificate& certificate) {
@@ -43,121 +62,40 @@ uint32_t ExpectedStatus(const Sample& sample, const CVD_Certificate& certificate
   return certificate.tbsCertificate.subject.rdnSequence == nullptr ? PKC_ERR_INVALID_INPUT : 0;
 }
 
-bool MustDisagree(const Sample& sample, const std::string& field) {
-  return std::any_of(
-      std::begin(kDisagreements), std::end(kDisagreements),
-      [&](const Disagreement& row) { return sample.name == row.name && field == row.field; });
-}
-
-// ---- what OpenSSL says ---------------------------------------------------------------------
-
-using Fields = std::map<std::string, std::string>;
-
-std::string HexOf(const ASN1_STRING* string) {
-  const uint8_t* data = ASN1_STRING_get0_data(string);
-  return ToHex({data, data + ASN1_STRING_length(string)});
-}
-
-// As the record writes a time under TZ=UTC0.
-std::string TimeOf(const ASN1_TIME* time) {
-  tm fields{};
-  if (ASN1_TIME_to_tm(time, &fields) != 1) return "";
-  char text[80];
-  snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", fields.tm_year + 1900,
-           fields.tm_mon + 1, fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec);
-  return text;
-}
-
-// Of the kinds and curves whose length the record tells.
-std::string KeyLengthOf(const EVP_PKEY* key) {
-  if (key == nullptr) return "";
-  const int kind = EVP_PKEY_get_base_id(key);
-  char curve[40] = "";
-  EVP_PKEY_get_group_name(key, curve, sizeof curve, nullptr);
-  const std::set<std::string> curves = {"secp224r1", "prime256v1", "secp384r1", "secp521r1"};
-  const bool told = kind == EVP_PKEY_RSA || kind == EVP_PKEY_DSA || curves.contains(curve);
-  return told ? std::to_string(EVP_PKEY_get_bits(key)) : "";
-}
-
-Fields SaidByOpenssl(const Octets& der) {
-  const uint8_t* at = der.data();
-  const std::unique_ptr<X509, decltype(&X509_free)> certificate(
-      d2i_X509(nullptr, &at, static_cast<long>(der.size())), X509_free);
-  X509* x = certificate.get();
-  EXPECT_NE(x, nullptr);
-  if (x == nullptr) return {};
-  Octets digest(20);
-  X509_digest(x, EVP_sha1(), digest.data(), nullptr);
-  Fields fields = {{"serial", HexOf(X509_get0_serialNumber(x))},
-                   {"notBefore", TimeOf(X509_get0_notBefore(x))},
-                   {"notAfter", TimeOf(X509_get0_notAfter(x))},
-                   {"keyLength", KeyLengthOf(X509_get0_pubkey(x))},
-                   {"thumbprint", ToHex(digest)}};
-  if (fields["keyLength"].empty()) fields.erase("keyLength");
-  if (const auto* id = X509_get0_subject_key_id(x)) fields["subjectKeyId"] = HexOf(id);
-  if (const auto* id = X509_get0_authority_key_id(x)) fields["authorityKeyId"] = HexOf(id);
-  return fields;
-}
-
-// ---- the two laws --------------------------------------------------------------------------
-
-void EncodesBack(const Sample& sample) {
+void CheckSample(const Sample& sample) {
+  SCOPED_TRACE(sample.name);
   const Certificate certificate(sample.der);
-  ASSERT_EQ(certificate.status, 0u) << sample.name;
+  ASSERT_EQ(certificate.status, 0u);
   Output whole;
   Output signed_part;
-  ASSERT_EQ(CVD_ASN_EncodePDU(&whole, certificate.get(), CVD_PDU_CERTIFICATE), 0u) << sample.name;
-  ASSERT_EQ(CVD_ASN_EncodePDU(&signed_part, certificate.get(), CVD_PDU_TBS_CERTIFICATE), 0u);
-  EXPECT_EQ(whole.octets(), sample.der) << sample.name;
-  EXPECT_EQ(signed_part.octets(), Encode(Parse(sample.der).parts[0])) << sample.name;
-}
-
-Fields RecordFields(const PKCCertInfo& info) {
-  return {{"serial", info.serialHex},          {"notBefore", info.notBefore},
-          {"notAfter", info.notAfter},         {"keyLength", std::to_string(info.keyLength)},
-          {"subjectKeyId", info.subjectKeyId}, {"authorityKeyId", info.authorityKeyId},
-          {"thumbprint", info.thumbprint}};
-}
-
-// Fields of the record are cut; what is left must be how the full value begins.
-bool Agrees(const std::string& field, const std::string& ours, const std::string& theirs) {
-  if (field == "serial") return ours == theirs.substr(0, 40);
-  if (field == "subjectKeyId" || field == "authorityKeyId") return ours == theirs.substr(0, 78);
-  return ours == theirs;
-}
-
-void AgreesWithOpenssl(const Sample& sample, const Fields& said, size_t* compared) {
-  const Certificate certificate(sample.der);
+  EXPECT_EQ(CVD_ASN_EncodePDU(&whole, certificate.get(), CVD_PDU_CERTIFICATE), 0u);
+  EXPECT_EQ(CVD_ASN_EncodePDU(&signed_part, certificate.get(), CVD_PDU_TBS_CERTIFICATE), 0u);
+  EXPECT_EQ(whole.octets(), sample.der);
+  EXPECT_EQ(signed_part.octets(), Encode(Parse(sample.der).parts[0]));
   PKCCertInfo info;
   const uint32_t status = CVD_ExtractCertInfo(nullptr, nullptr, sample.der.data(),
                                               static_cast<uint32_t>(sample.der.size()), 1, &info);
-  ASSERT_EQ(status, ExpectedStatus(sample, *certificate.get())) << sample.name;
+  ASSERT_EQ(status, ExpectedStatus(sample, *certificate.get()));
   if (status != 0) return;
-  const bool negative = (*certificate->tbsCertificate.serialNumber.data & 0x80) != 0;
-  Fields ours = RecordFields(info);
-  for (const auto& [field, theirs] : said) {
-    if (negative && field == "serial") continue;
-    EXPECT_NE(Agrees(field, ours[field], theirs), MustDisagree(sample, field))
-        << sample.name << ' ' << field << "\n ours   " << ours[field] << "\n theirs " << theirs;
-    ++*compared;
-  }
+  const Huge& number = certificate->tbsCertificate.serialNumber;
+  const std::string serial = ToHex({number.data, number.data + number.length});
+  const bool padded = number.length > 1 && number.data[0] == 0;
+  EXPECT_EQ(info.serialHex, serial.substr(padded ? 2 : 0, 40));
+  Output digest;
+  const Input input(sample.der);
+  EXPECT_EQ(CVD_CSP_Hash(&digest, input.bin(), CVD_HASH_SHA1), 0u);
+  EXPECT_EQ(info.thumbprint, ToHex(digest.octets()));
 }
 
-void CheckSamples(const std::vector<Sample>& samples, size_t least) {
-  ASSERT_GT(samples.size(), least) << "they are not installed";
-  setenv("TZ", "UTC0", 1);
+void CheckSamples(const std::vector<std::filesystem::path>& files, size_t least) {
+  ASSERT_GT(files.size(), least) << "they are not installed";
   const Options options("ko_KR-UTF-8");
-  size_t compared = 0;
-  for (const Sample& sample : samples) {
-    EncodesBack(sample);
-    AgreesWithOpenssl(sample, SaidByOpenssl(sample.der), &compared);
-  }
-  EXPECT_GT(compared, samples.size() * 5) << "too few fields were compared";
+  for (const Sample& sample : Samples(files)) CheckSample(sample);
 }
 
-TEST(DebianRoots, EncodeBackAndAgreeWithOpenssl) { CheckSamples(Samples(DebianRoots()), 100); }
+TEST(DebianRoots, EncodeBackAndMakeRecords) { CheckSamples(DebianRoots(), 100); }
 
-TEST(Corpus, EncodesBackAndAgreesWithOpenssl) { CheckSamples(Samples(CorpusFiles("certs")), 2000); }
+TEST(Corpus, EncodesBackAndMakesRecords) { CheckSamples(CorpusFiles("certs"), 2000); }
 
 TEST(Corpus, MalformedInputDoesNoHarm) {
   const std::vector<Sample> samples = Samples(CorpusFiles("malformed"));

@@ -1,6 +1,7 @@
 // A hundred thousand spoiled variants of real certificates, read by this library and by OpenSSL. A
 // variant that one takes and the other refuses must belong to a reviewed class, whose mark is
-// looked for in the variant itself; on a variant that both take they must agree.
+// looked for in the variant itself; on a variant that both take they must agree. So must they on
+// the certificates of the corpus, and take all of them.
 #include <gtest/gtest.h>
 #include <openssl/err.h>
 #include <openssl/x509.h>
@@ -252,6 +253,15 @@ TEST(Differential, EveryDisagreementWithOpensslIsKnown) {
     EXPECT_EQ(classes.size(), std::size(kRefusedHere) + 2) << "a class that does not happen";
   }
   for (const auto& [name, count] : classes) std::printf("%6d %s\n", count, name.c_str());
+}
+
+TEST(Differential, CertificatesOfTheCorpusSayTheSame) {
+  std::map<std::string, int> classes;
+  for (const auto& file : CorpusFiles("certs")) {
+    SCOPED_TRACE(file);
+    Compare(ReadCertificate(file), &classes);
+  }
+  EXPECT_EQ(classes.size(), classes.count(kBoth)) << "one takes it and the other does not";
 }
 
 }  // namespace
