@@ -181,6 +181,7 @@ TEST(ExtensionPass, RendersIntoTheRecordsFields) {
   const Octets hangul = Uri("http://x/\xEA\xB0\x80");
   const PKCCertInfo info =
       InfoOf({.extensions = {
+                  Extension("2.5.29.35", Sequence({Der(0x80, Hex("0A"))})),  // the last one stays
                   Extension("2.5.29.35", Sequence({Der(0x80, Hex("0102"))})),
                   Extension("2.5.29.15", Hex("03020106"), true),
                   Extension("2.5.29.32", Sequence({Sequence({Oid("1.2.3")})})),

@@ -73,6 +73,7 @@ const Content kContents[] = {
     {StringOf(kOne).substr(0, 40), "!", "certificate 1: octet 0: 1010 "},
     {StringOf(kOne) + "x", "!", "certificate 1: octet "},
     {Pem(Hex("3000"), "RSA PRIVATE KEY"), "!", "is a private key, not a certificate\n"},
+    {Pem(Hex("3000"), "CERTIFICATE REQUEST"), "!", "is a certificate request, not a certificate\n"},
     {Pem(Hex("3000"), "SOMETHING"), "!", "is PEM without a certificate\n"},
     // Other things, told by the types of their elements alone.
     {StringOf(Hex("300A 020103 3005 06012A A000")), "!",

@@ -486,10 +486,13 @@ TEST_F(VerifyCommand, AListThatIsNotEvaluatedIsNoUnreadInput) {
   EXPECT_TRUE(Holds(result.err, "lists.pem: line 22: 33013 "));
 }
 
-// Certificates of more than a thousand are not held, and are candidates for nobody's chain.
+// The certificates asked about are candidates for each other's chains; of more than a thousand they
+// are not held, and are candidates for nobody's.
 TEST_F(VerifyCommand, AnyNumberOfCertificatesIsAskedAbout) {
   WriteFiles();
   const std::string pem = Pem(scenario_.links[kLeaf].der()) + Pem(scenario_.links[kCa].der());
+  const std::string two = folder_.Write("two.pem", pem);
+  EXPECT_EQ(RunCommand({"verify", two, "--trust", root_, "--at", "1781481600"}).exit, 0);
   const std::string path = folder_.Write("bundle.pem", Repeat(600, pem));
   const Arguments ask{"verify", path,         "--trust",  root_,
                       "--at",   "1781481600", "--fields", "answer,failed"};
