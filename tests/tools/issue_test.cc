@@ -145,8 +145,8 @@ openssl x509 -in user.pem -noout -text | grep sha512)");
   EXPECT_EQ(warned.exit, 0);
   EXPECT_TRUE(Holds(warned.err, "ca.der: validity: "));
 
-  EXPECT_EQ(RunCommand({"issue", CORVID_SOURCE_DIR "/examples/request.json", "--issuer",
-                        Path("ca.der"), "--key", Path("ca.key"), "--dry-run"})
+  EXPECT_EQ(RunCommand({"issue", std::string(CORVID_SOURCE_DIR) + "/examples/request.json",
+                        "--issuer", Path("ca.der"), "--key", Path("ca.key"), "--dry-run"})
                 .exit,
             0);
 
