@@ -6,21 +6,30 @@
 namespace corvid::test {
 namespace {
 
-TEST(SignatureAlgorithm, NumbersAndIdentifiersMatch) {
-  for (const int32_t signID : {1, 2, 3, 4, 5, 6, 15, 21, 22, 27}) {
-    EXPECT_EQ(CVD_PKC_ObjID_To_SignID(CVD_PKC_SignID_To_ObjID(static_cast<uint32_t>(signID))),
-              signID);
+TEST(Numbering, OlderIdentifiersAreReadAndNewerWritten) {
+  for (const int32_t id : {1, 2, 3, 4, 5, 6, 15, 21, 22, 27}) {
+    EXPECT_EQ(CVD_PKC_ObjID_To_SignID(CVD_PKC_SignID_To_ObjID(static_cast<uint32_t>(id))), id);
   }
-  for (const int32_t signID : {0, 7, 16, 28, 255, -1}) {
-    EXPECT_EQ(CVD_PKC_SignID_To_PkeyID(static_cast<uint32_t>(signID)), -1);
-    EXPECT_EQ(CVD_PKC_SignID_To_HashID(signID), -1);
-    EXPECT_EQ(CVD_PKC_SignID_To_ObjID(static_cast<uint32_t>(signID)), nullptr);
+  for (const int32_t id : {1, 2, 3, 4, 6, 7, 8}) {
+    EXPECT_EQ(CVD_PKC_ObjID_To_HashID(CVD_PKC_HashID_To_ObjID(static_cast<uint32_t>(id))), id);
   }
+  for (const int32_t unknown : {-1, 0, 9, 12, 14, 16, 28, 255}) {
+    EXPECT_EQ(CVD_PKC_SignID_To_HashID(unknown), -1);
+    const auto number = static_cast<uint32_t>(unknown);
+    EXPECT_EQ(CVD_PKC_SignID_To_PkeyID(number), -1);
+    EXPECT_EQ(CVD_PKC_SignID_To_ObjID(number), nullptr);
+    EXPECT_EQ(CVD_PKC_PkeyID_To_ObjID(number), nullptr);
+    EXPECT_EQ(CVD_PKC_HashID_To_ObjID(number), nullptr);
+  }
+  EXPECT_EQ(CVD_PKC_HashID_To_ObjID(5), nullptr);
+  EXPECT_EQ(CVD_PKC_ObjID_To_HashID(CVD_ASN_GetOID(CVD_OID_KEY_USAGE)), -1);
   EXPECT_EQ(CVD_PKC_ObjID_To_SignID(CVD_ASN_GetOID(CVD_OID_KCDSA_WITH_SHA1_OLD)), 21);
   EXPECT_EQ(CVD_PKC_SignID_To_ObjID(21), CVD_ASN_GetOID(CVD_OID_KCDSA_WITH_SHA1));
-  const uint8_t octet = 0x55;
-  const CVD_OID empty{0, &octet};
-  EXPECT_EQ(CVD_PKC_ObjID_To_SignID(&empty), -1) << "the absent identifier of a row";
+  EXPECT_EQ(CVD_PKC_ObjID_To_PkeyID(CVD_ASN_GetOID(CVD_OID_KCDSA_OLD)), CVD_PKEY_KCDSA);
+  EXPECT_EQ(CVD_PKC_PkeyID_To_ObjID(CVD_PKEY_KCDSA), CVD_ASN_GetOID(CVD_OID_KCDSA));
+  const CVD_OID empty{0, CVD_ASN_GetOID(CVD_OID_DSA)->data};
+  EXPECT_EQ(CVD_PKC_ObjID_To_SignID(&empty), -1) << "no row's missing older identifier";
+  EXPECT_EQ(CVD_PKC_ObjID_To_PkeyID(&empty), -1);
 }
 
 TEST(AlgorithmQuery, LooksAtTheSignatureThenAtTheKey) {
@@ -39,7 +48,7 @@ TEST(AlgorithmQuery, LooksAtTheSignatureThenAtTheKey) {
       {rsa + "11", kcdsa + "23", 3, 4},
   };
   for (const auto& row : rows) {
-    const Octets spki = Sequence({Sequence({Oid(row.key), Hex("0500")}), Hex("030400020105")});
+    const Octets spki = Spki(row.key, Hex("0500"), Hex("020105"));
     const Input der(MakeCertificate({.signature_oid = row.signature, .spki = spki}));
     uint32_t hashID = 99;
     uint32_t signID = 99;

@@ -41,16 +41,11 @@ struct ParsedName : CVD_Name {
 };
 
 Octets CertificateOf(const Octets& subject) { return MakeCertificate({.subject = subject}); }
-Octets Value(const std::string& type, const Octets& der) { return Sequence({Oid(type), der}); }
-Octets Utf8(std::string_view text) { return Der(0x0C, text); }
-Octets Printable(std::string_view text) { return Der(0x13, text); }
-Octets Ia5(std::string_view text) { return Der(0x16, text); }
-
 const std::string kCn = "2.5.4.3";
 const std::string kOu = "2.5.4.11";
 
 TEST(NameFromText, HasTheDocumentedForm) {
-  const Octets kr = Sequence({Value("2.5.4.6", Printable("KR"))}, 0x31);
+  const Octets kr = Sequence({TypedValue("2.5.4.6", Printable("KR"))}, 0x31);
   const struct {
     std::string text;
     Octets name;
@@ -73,8 +68,9 @@ TEST(NameFromText, HasTheDocumentedForm) {
       {"CN=#\"x\"\\00y", Name({{kCn, Utf8("#\"x\"")}})},
       // A SET is sorted when it is encoded, whatever the order of the text.
       {"CN=a+OU=b,C=KR",
-       Sequence({kr, Sequence({Value(kCn, Utf8("a")), Value(kOu, Utf8("b"))}, 0x31)})},
-      {"OU=a + CN=b", Sequence({Sequence({Value(kCn, Utf8("b")), Value(kOu, Utf8("a"))}, 0x31)})},
+       Sequence({kr, Sequence({TypedValue(kCn, Utf8("a")), TypedValue(kOu, Utf8("b"))}, 0x31)})},
+      {"OU=a + CN=b",
+       Sequence({Sequence({TypedValue(kCn, Utf8("b")), TypedValue(kOu, Utf8("a"))}, 0x31)})},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(ParsedName(row.text).Encode(), CertificateOf(row.name)) << row.text;
@@ -232,7 +228,7 @@ TEST(NameFromText, WhatTheTextFormCannotCarry) {
       {Name({{kCn, Utf8("a+b")}}), "cn=a\\+b", 36032},
       {Name({{kCn, Utf8("a,b,c")}}), "cn=a\\,b\\,c", 36032},
       {Name({{kCn, Utf8("a,")}}), "cn=a\\,", 36032},
-      {Sequence({Sequence({Value(kOu, Utf8("b")), Value(kCn, Utf8("a\\"))}, 0x31)}),
+      {Sequence({Sequence({TypedValue(kOu, Utf8("b")), TypedValue(kCn, Utf8("a\\"))}, 0x31)}),
        "cn=a\\\\+ou=b", 36032},
       {Name({{kOu, Utf8("b")}, {kCn, Utf8("a,")}}), "cn=a\\,,ou=b", 36032},
       {Name({{kCn, Printable("a\0b"s)}}), "cn=a\\00b", 0, "cn=a"},

@@ -36,19 +36,18 @@ std::string RenderValue(int32_t type, const Octets& value) {
   return Render(CVD_Name{CVD_NAME_RDN_SEQUENCE, 1, &rdn});
 }
 
-Octets Value(const std::string& type, const Octets& der) { return Sequence({Oid(type), der}); }
 Octets Rdn(std::initializer_list<Octets> values) { return Sequence(values, 0x31); }
-Octets Printable(std::string_view text) { return Der(0x13, text); }
-Octets Utf8(std::string_view text) { return Der(0x0C, text); }
+
 // ---- rendering -----------------------------------------------------------------------------
 
 TEST(NameText, HasTheDocumentedForm) {
-  const Octets c = Rdn({Value("2.5.4.6", Printable("KR"))});
-  const Octets cn = Value("2.5.4.3", Utf8("A"));
-  const Octets ou = Value("2.5.4.11", Der(0x14, "B"));
-  const Octets unknown = Value("2.5.4.5", Printable("123"));
-  const Octets bad_dc = Value("0.9.2342.19200300.100.1.25", Hex("1C0400000041"));
-  const Octets qualifier = Value("2.5.4.46", Printable("q,r\0s"s));  // unescaped, ends at a NUL
+  const Octets c = Rdn({TypedValue("2.5.4.6", Printable("KR"))});
+  const Octets cn = TypedValue("2.5.4.3", Utf8("A"));
+  const Octets ou = TypedValue("2.5.4.11", Der(0x14, "B"));
+  const Octets unknown = TypedValue("2.5.4.5", Printable("123"));
+  const Octets bad_dc = TypedValue("0.9.2342.19200300.100.1.25", Hex("1C0400000041"));
+  const Octets qualifier =
+      TypedValue("2.5.4.46", Printable("q,r\0s"s));  // unescaped, ends at a NUL
   const struct {
     Octets name;
     std::string text;
@@ -126,8 +125,8 @@ TEST(NameText, ValuesAreConvertedCutAndRefused) {
 // ---- failures and sizes --------------------------------------------------------------------
 
 TEST(NameText, FailuresAreTracedAtEveryLevel) {
-  const Octets good = Value("2.5.4.3", Utf8("A"));
-  const Octets bad = Value("2.5.4.3", Hex("1C0400000041"));
+  const Octets good = TypedValue("2.5.4.3", Utf8("A"));
+  const Octets bad = TypedValue("2.5.4.3", Hex("1C0400000041"));
   const struct {
     Octets name;
     size_t attributes, rdns;  // levels that trace

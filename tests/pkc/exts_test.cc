@@ -32,7 +32,6 @@ const struct Operation {
 };
 enum Which { kType, kUsage, kPurpose, kBasic, kAccess, kCrl, kAlt };
 
-Octets Uri(const char* uri) { return Der(0x86, uri); }
 Octets DirectoryName(const Octets& value) { return Der(0xA4, Name({{"2.5.4.3", value}})); }
 Octets OtherName(const Octets& type, const char* value) {
   return Sequence({type, Der(0xA0, Hex(value))}, 0xA0);
@@ -91,7 +90,6 @@ TEST(Extensions, Texts) {
       {"NoPurpose", kPurpose, "3000", "", 0},
       {"PurposesCut", kPurpose, Of(server, stamping), "id-kp-serverAu", 0x01, 16},
       {"PurposesOfTwo", kPurpose, Of(server, stamping), "", 0x01, 2},
-      {"PurposeTag", kPurpose, "30020400", "", kUnwritten, 9, 36033},
       {"Ca", kBasic, "30030101FF", "Subject Type=CA" + len + "None"},
       {"CaOfLength", kBasic, "30060101FF020100", "Subject Type=CA" + len + "0"},
       {"LengthAlone", kBasic, "3003020103", "Subject Type=End Entity" + len + "3"},
@@ -122,7 +120,6 @@ TEST(Extensions, Texts) {
        0xFFFFFFFF},
       {"NamesOfThree", kAlt, Of(Uri("u"), Uri("v")), "UR", kUnwritten, 3},
       {"NameUnshown", kAlt, Of(Uri("u"), unshown), "URL=u\n", kUnwritten, 99, 36032},
-      {"NamesTag", kAlt, "0400", "", kUnwritten, 9, 36033},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);

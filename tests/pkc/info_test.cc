@@ -28,10 +28,6 @@ std::unique_ptr<PKCCertInfoEx> ExtendedInfoOf(const CertificateParts& parts, uin
   return info;
 }
 
-Octets Spki(const std::string& algorithm, const Octets& parameters, const Octets& key) {
-  return Sequence({Sequence({Oid(algorithm), parameters}), Der(0x03, Join({Hex("00"), key}))});
-}
-
 // ---- basic fields --------------------------------------------------------------------------
 
 TEST(BasicInfo, FieldsOfACertificate) {
@@ -173,8 +169,6 @@ TEST(Hexadecimal, IsCutToWholeOctets) {
 }
 
 // ---- extensions ----------------------------------------------------------------------------
-
-Octets Uri(const char* uri) { return Der(0x86, uri); }
 
 TEST(ExtensionPass, RendersIntoTheRecordsFields) {
   const Options options("ko_KR-euc");
@@ -481,23 +475,6 @@ TEST(Version, IsCompared) {
        {"1.7.0.1", "1.8.0.0", "1.8", "99999999999.0.0.0", "0.0.0.9999999", "+1.8.0.0", " 1. 8"}) {
     EXPECT_EQ(CVD_PKC_CheckVersion(unmet), -1) << unmet;
   }
-}
-
-TEST(Numbering, OlderIdentifiersAreReadAndNewerWritten) {
-  EXPECT_EQ(CVD_PKC_ObjID_To_PkeyID(CVD_ASN_GetOID(CVD_OID_KCDSA_OLD)), CVD_PKEY_KCDSA);
-  EXPECT_EQ(CVD_PKC_PkeyID_To_ObjID(CVD_PKEY_KCDSA), CVD_ASN_GetOID(CVD_OID_KCDSA));
-  for (const uint32_t unknown : {0U, 4U, 12U, 14U, 255U, UINT32_MAX}) {
-    EXPECT_EQ(CVD_PKC_PkeyID_To_ObjID(unknown), nullptr);
-  }
-  for (const uint32_t unknown : {0U, 5U, 9U, UINT32_MAX}) {
-    EXPECT_EQ(CVD_PKC_HashID_To_ObjID(unknown), nullptr);
-  }
-  for (const uint32_t hash : {1U, 2U, 3U, 4U, 6U, 7U, 8U}) {
-    EXPECT_EQ(CVD_PKC_ObjID_To_HashID(CVD_PKC_HashID_To_ObjID(hash)), static_cast<int32_t>(hash));
-  }
-  EXPECT_EQ(CVD_PKC_ObjID_To_HashID(CVD_ASN_GetOID(CVD_OID_KEY_USAGE)), -1);
-  const CVD_OID empty{0, CVD_ASN_GetOID(CVD_OID_DSA)->data};
-  EXPECT_EQ(CVD_PKC_ObjID_To_PkeyID(&empty), -1) << "no row's missing older identifier";
 }
 
 }  // namespace

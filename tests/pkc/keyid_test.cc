@@ -84,22 +84,22 @@ TEST(KeyIdentifiers, MadeFromTheKeyUnlessCarried) {
   EXPECT_EQ(ToHex(subject.octets()), "0414" + sha1);
   EXPECT_EQ(ToHex(authority.octets()), "30168014" + sha1);
 
-  CertificateParts parts;
-  parts.spki = Sequence({Sequence({Oid("1.2.840.113549.1.1.1")}), Der(0x03, Hex("00616263"))});
-  const Octets computed = MakeCertificate(parts);
-  parts.extensions = {Extension("2.5.29.14", Hex("0402AABB"))};
-  const Octets carried = MakeCertificate(parts);
-  parts.extensions = {Extension("2.5.29.14", Hex("0409AABB"))};
-  const Octets malformed = MakeCertificate(parts);
+  const Octets spki = Spki("1.2.840.113549.1.1.1", {}, OctetsOf("abc"));
+  const auto carrying = [](const char* id) {
+    return MakeCertificate({.extensions = {Extension("2.5.29.14", Hex(id))}});
+  };
+  const Input computed(MakeCertificate({.spki = spki}));
+  const Input carried(carrying("0402AABB"));
+  const Input malformed(carrying("0409AABB"));
   for (const auto function : {CVD_GenSubjectKeyID, CVD_GetSubjectKeyID, CVD_GetSubjectKeyIDBin}) {
     Output of_key;
     Output of_extension;
     Output none;
-    EXPECT_EQ(function(nullptr, Input(computed).bin(), &of_key), 0U);
-    EXPECT_EQ(function(nullptr, Input(carried).bin(), &of_extension), 0U);
+    EXPECT_EQ(function(nullptr, computed.bin(), &of_key), 0U);
+    EXPECT_EQ(function(nullptr, carried.bin(), &of_extension), 0U);
     EXPECT_EQ(ToHex(of_key.octets()) + ToHex(of_extension.octets()), sha1 + "aabb");
     CVD_Trace_Clear();
-    EXPECT_EQ(function(nullptr, Input(malformed).bin(), &none), 36035U);
+    EXPECT_EQ(function(nullptr, malformed.bin(), &none), 36035U);
     EXPECT_EQ(none.data, nullptr);
   }
   EXPECT_EQ(TakeTrace(),

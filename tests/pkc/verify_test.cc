@@ -76,8 +76,8 @@ TEST(VerifySignature, FailuresAndTheirTraces) {
   EXPECT_EQ(CVD_CheckSignature(nullptr, unknown.get(), issuer.get()), 36012u);
   // A key that is for another algorithm, whatever its octets.
   const auto with_key = [](const char* algorithm) {
-    const Octets key = Join({Hex("00 3048 0241 00"), Octets(64, 0xA5), Hex("0203010001")});
-    return MakeCertificate({.spki = Sequence({Sequence({Oid(algorithm)}), Der(0x03, key)})});
+    const Octets key = Join({Hex("3048 0241 00"), Octets(64, 0xA5), Hex("0203010001")});
+    return MakeCertificate({.spki = Spki(algorithm, {}, key)});
   };
   const Certificate other_kind(with_key("1.2.410.200004.1.21"));
   EXPECT_EQ(CVD_PKC_VerifySignature(wrong.get(), other_kind.get()), 6020u);

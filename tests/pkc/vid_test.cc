@@ -168,9 +168,7 @@ TEST(Vid, LookUpInACertificate) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    CertificateParts parts;
-    parts.extensions = {row.extension};
-    const Certificate certificate(MakeCertificate(parts));
+    const Certificate certificate(MakeCertificate({.extensions = {row.extension}}));
     char name[] = "#         ";
     char vid[] = "#    ";
     char hash[] = "#    ";

@@ -51,24 +51,22 @@ uint32_t Convert(const std::string& from, const char* to, const std::string& tex
   return status;
 }
 
-struct TextRow {
-  const char* set;
-  const char* utf8;
-  const char* local;
-};
-constexpr TextRow kTexts[] = {
-    {"ko_KR-euc", "8 octets김then", "8 octets\xB1\xE8then"},
-    {"ko_KR-euc", "믜똠뷁", "\x92\xDE\x8C\x63\x94\xEE"},  // not in EUC-KR proper
-    {"ja_JP-EUC", "①髙－", "\xAD\xA1\x8F\xF4\xFB\xA1\xDD"},
-    {"ja_JP-EUC", "ｱ丂", "\x8E\xB1\x8F\xB0\xA1"},  // half-width; three octets
-    {"ja_JP-SJIS", "①髙ｱｲ", "\x87\x40\xFB\xFC\xB1\xB2"},
-    {"ja_JP-SJIS", "表\\~", "\x95\x5C\x5C\x7E"},  // 5C inside a character and as itself
-    {"ja_JP-UTF-8", "¥é김😀", "¥é김😀"},
-};
-
 TEST(CodeSet, ConvertsBothWays) {
+  const struct {
+    const char* set;
+    const char* utf8;
+    const char* local;
+  } rows[] = {
+      {"ko_KR-euc", "8 octets김then", "8 octets\xB1\xE8then"},
+      {"ko_KR-euc", "믜똠뷁", "\x92\xDE\x8C\x63\x94\xEE"},  // not in EUC-KR proper
+      {"ja_JP-EUC", "①髙－", "\xAD\xA1\x8F\xF4\xFB\xA1\xDD"},
+      {"ja_JP-EUC", "ｱ丂", "\x8E\xB1\x8F\xB0\xA1"},  // half-width; three octets
+      {"ja_JP-SJIS", "①髙ｱｲ", "\x87\x40\xFB\xFC\xB1\xB2"},
+      {"ja_JP-SJIS", "表\\~", "\x95\x5C\x5C\x7E"},  // 5C inside a character and as itself
+      {"ja_JP-UTF-8", "¥é김😀", "¥é김😀"},
+  };
   std::string out;
-  for (const TextRow& row : kTexts) {
+  for (const auto& row : rows) {
     EXPECT_EQ(Convert("ko_KR-UTF-8", row.set, row.utf8, &out), 0u) << row.utf8;
     EXPECT_EQ(out, row.local) << row.utf8;
     EXPECT_EQ(Convert(row.set, "ja_JP-UTF-8", row.local, &out), 0u) << row.utf8;

@@ -36,8 +36,6 @@ constexpr uint32_t kBadEntry = CVD_CRL_ERR_BAD_ENTRY;
 constexpr uint32_t kIssuer = CVD_CRL_ERR_ISSUER;
 constexpr uint32_t kScope = CVD_CRL_ERR_SCOPE;
 
-Octets CommonName(std::string_view text) { return Name({{"2.5.4.3", Der(0x0C, text)}}); }
-
 // A SEQUENCE of the parts; without parts, nothing.
 Octets ListOf(const std::vector<Octets>& parts) {
   Octets all;
@@ -212,7 +210,7 @@ const std::vector<Octets> kIndirectEntries = {Entry("01"),
 
 TEST(CrlLoad, TellsWhatIsWrongWithASpoiledListAndVerifiesNone) {
   const Key key(EVP_RSA_gen(1024), EVP_PKEY_free);
-  const Octets point = Der(0xA0, Der(0xA0, Join({Directory("P"), Der(0x86, "http://p")})));
+  const Octets point = Der(0xA0, Der(0xA0, Join({Directory("P"), Uri("http://p")})));
   const Octets whole =
       MakeList({.next_update = Der(0x17, "270101000000Z"),
                 .entries = kIndirectEntries,
@@ -271,7 +269,6 @@ Octets FullName(const Octets& names) { return Der(0xA0, Der(0xA0, names)); }
 Octets Relative(std::string_view name) {
   return Der(0xA0, Sequence({Sequence({Oid("2.5.4.3"), Der(0x13, name)})}, 0xA1));
 }
-Octets Uri(std::string_view uri) { return Der(0x86, uri); }
 Octets CrlIssuer(std::string_view name) { return Der(0xA2, Directory(name)); }
 
 TEST(CrlLookUp, IndirectListsSpeakOfTheIssuersOfTheirEntries) {

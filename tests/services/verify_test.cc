@@ -14,6 +14,7 @@
 #include <set>
 
 #include "corvid/csp.h"
+#include "support/signing.h"
 #include "support/spoiled.h"
 
 namespace corvid::test {
@@ -291,22 +292,14 @@ TEST(VerifyDsa, TakesOpensslsSignatures) {
   }
 }
 
-// Made by a program of its own, with a q of 150 bits: the digest is cut within an octet.
-struct DsaVector {
-  Octets p = Integer(
-      "c590c763c805b576bea0fa0f66f6ee45a6e559e43c3ae8505279ba37a89557c0"
-      "1eab64363a24b802a37226f6aa4febb524826d48899891325ea39860c9be7383");
-  Octets q = Integer("3c06afa40923deef5aedc8d758523d49d1f6f5");
-  Octets g = Integer(
-      "60aa2ccc291d6cd292f83b120d36fef76a806e30fb7d5f3c3f61ec63e55b43b3"
-      "919d332670d6157156d8e08c725a20f7010f33795efc560774ff3b650b4d37aa");
+// Made by a program of its own.
+struct DsaVector : OddDsaGroup {
   Octets y = Integer(
       "6b9f475da472cab2f21ae4a202d39316dfbdccef81ab06f1e75417e62ec03c31"
       "cf7b529be1100fd8d3277925c3369084c916f9ffdb4671160a7309b9c4840cca");
   Octets r = Integer("10cc1f4163512c268029308cd8344566cf6ebf");
   Octets s = Integer("397ea74386ce929da950b4161e11727bb37e0e");
-  Octets group = Sequence({p, q, g});
-  Signed whole = {Sequence({r, s}), kData, y, group, CVD_SIGN_SHA1_DSA};
+  Signed whole = {Sequence({r, s}), kData, y, der, CVD_SIGN_SHA1_DSA};
 };
 
 TEST(VerifyDsa, TellsWrongValuesFromMalformedOnesAndTakesNoKeyOutOfBounds) {
@@ -354,8 +347,8 @@ TEST(VerifyDsa, TellsWrongValuesFromMalformedOnesAndTakesNoKeyOutOfBounds) {
       {"OrderEven", with_group(0x80, 16, 64, 2), kBadParameters},
       {"PrimeEven", with_key(Sequence({even, Integer(order), v.r})), kBadParameters},
       {"KcdsaParameters", with_key(Sequence({v.p, v.q, v.g, v.g})), kBadParameters},
-      {"ParametersOctetAfter", with_key(Join({v.group, Hex("00")})), kBadParameters},
-      {"KeyOctetAfter", with_key(v.group, Join({v.y, Hex("00")})), kBadKey},
+      {"ParametersOctetAfter", with_key(Join({v.der, Hex("00")})), kBadParameters},
+      {"KeyOctetAfter", with_key(v.der, Join({v.y, Hex("00")})), kBadKey},
       {"RsaKey", with_key({}, Sequence({v.p, v.q})), kBadKey},
       {"WithoutParameters", with_key({}), kBadParameters},
       {"UnknownAlgorithm", {v.y, v.y, v.y, {}, 7}, CVD_CSP_ERR_UNKNOWN_SIGNID},

@@ -28,6 +28,18 @@ inline Octets PublicKeyInfo(EVP_PKEY* key) {
   return der;
 }
 
+// DSA parameters whose q has 150 bits, of which a digest has more: it is cut within an octet.
+struct OddDsaGroup {
+  const Octets p =
+      Der(0x02, Hex("00c590c763c805b576bea0fa0f66f6ee45a6e559e43c3ae8505279ba37a89557c0"
+                    "1eab64363a24b802a37226f6aa4febb524826d48899891325ea39860c9be7383"));
+  const Octets q = Der(0x02, Hex("3c06afa40923deef5aedc8d758523d49d1f6f5"));
+  const Octets g =
+      Der(0x02, Hex("60aa2ccc291d6cd292f83b120d36fef76a806e30fb7d5f3c3f61ec63e55b43b3"
+                    "919d332670d6157156d8e08c725a20f7010f33795efc560774ff3b650b4d37aa"));
+  const Octets der = Sequence({p, q, g});
+};
+
 }  // namespace corvid::test
 
 #endif  // CORVID_TESTS_SUPPORT_SIGNING_H_

@@ -138,14 +138,17 @@ Octets Extension(const std::string& oid, const Octets& value, bool critical) {
   return Sequence({Oid(oid), critical ? Hex("0101FF") : Octets{}, Der(0x04, value)});
 }
 
+Octets Spki(const std::string& algorithm, const Octets& parameters, const Octets& key) {
+  return Sequence({Sequence({Oid(algorithm), parameters}), Der(0x03, Join({Hex("00"), key}))});
+}
+
 Octets MakeCertificate(const CertificateParts& parts) {
   const Octets algorithm = Sequence({Oid(parts.signature_oid), Hex("0500")});
   Octets spki = parts.spki;
   if (spki.empty()) {
     Octets modulus(64, 0xA5);
     const Octets key = Sequence({Der(0x02, Join({Hex("00"), modulus})), Hex("0203010001")});
-    spki = Sequence(
-        {Sequence({Oid("1.2.840.113549.1.1.1"), Hex("0500")}), Der(0x03, Join({Hex("00"), key}))});
+    spki = Spki("1.2.840.113549.1.1.1", Hex("0500"), key);
   }
   Octets extensions;
   for (const Octets& extension : parts.extensions) {

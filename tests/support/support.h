@@ -112,6 +112,18 @@ struct Attribute {
   Octets value;
 };
 Octets Name(const std::vector<Attribute>& attributes);
+// An AttributeTypeAndValue, and strings of the usual types.
+inline Octets TypedValue(const std::string& type, const Octets& der) {
+  return Sequence({Oid(type), der});
+}
+inline Octets Utf8(std::string_view text) { return Der(0x0C, text); }
+inline Octets Printable(std::string_view text) { return Der(0x13, text); }
+inline Octets Ia5(std::string_view text) { return Der(0x16, text); }
+inline Octets CommonName(std::string_view text) { return Name({{"2.5.4.3", Utf8(text)}}); }
+// A uniformResourceIdentifier of GeneralNames.
+inline Octets Uri(std::string_view uri) { return Der(0x86, uri); }
+// A SubjectPublicKeyInfo.
+Octets Spki(const std::string& algorithm, const Octets& parameters, const Octets& key);
 // An Extension.
 Octets Extension(const std::string& oid, const Octets& value, bool critical = false);
 
@@ -120,10 +132,10 @@ struct CertificateParts {
   Octets version = Hex("A003020102");  // v3
   Octets serial = Hex("0102");
   std::string signature_oid = "1.2.840.113549.1.1.11";
-  Octets issuer = Name({{"2.5.4.3", Der(0x0C, "Issuer")}});
+  Octets issuer = CommonName("Issuer");
   Octets not_before = Der(0x17, "260101000000Z");
   Octets not_after = Der(0x17, "270101000000Z");
-  Octets subject = Name({{"2.5.4.3", Der(0x0C, "Subject")}});
+  Octets subject = CommonName("Subject");
   Octets spki = {};                     // an RSA key of 512 bits when empty
   std::vector<Octets> extensions = {};  // none: the field is left out
   Octets signature = Hex("0304 00A1B2C3");
