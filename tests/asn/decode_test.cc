@@ -64,9 +64,7 @@ TEST(Accepted, EncodesBackToTheSameOctets) {
   for (const auto& row : rows) {
     const DecodedRecord<void> record(Hex(row.der), row.type);
     ASSERT_EQ(record.status, 0u) << row.name;
-    Output again;
-    ASSERT_EQ(CVD_ASN_EncodePDU(&again, record.get(), row.type), 0u) << row.name;
-    EXPECT_EQ(again.octets(), Hex(row.der)) << row.name;
+    EXPECT_EQ(record.Encode(), Hex(row.der)) << row.name;
   }
 }
 
@@ -248,9 +246,7 @@ TEST(CertificateShape, IsAcceptedWholeOrRefusedWhereItIsWrong) {
     const Certificate certificate(der);
     ASSERT_EQ(certificate.status, row.status) << row.name;
     if (certificate.status == 0) {
-      Output again;
-      ASSERT_EQ(CVD_ASN_EncodePDU(&again, certificate.get(), CVD_PDU_CERTIFICATE), 0u);
-      EXPECT_EQ(again.octets(), der) << row.name;
+      EXPECT_EQ(certificate.Encode(), der) << row.name;
     } else {
       CVD_ASNFailure failure;
       ASSERT_EQ(CVD_ASN_GetDecodeFailure(&failure), 0u);
@@ -269,9 +265,7 @@ TEST(Memory, StaysWithinItsBoundAndHoldsEveryNode) {
       const DecodedRecord<CVD_GeneralNames> record(der, CVD_PDU_GENERAL_NAMES);
       ASSERT_EQ(record.status, 0u) << element << ' ' << count;
       EXPECT_LE(g_largest, 32 * der.size() + 8192) << element << ' ' << count;
-      Output again;
-      EXPECT_EQ(CVD_ASN_EncodePDU(&again, record.get(), CVD_PDU_GENERAL_NAMES), 0u);
-      EXPECT_EQ(again.octets(), der) << element << ' ' << count;
+      EXPECT_EQ(record.Encode(), der) << element << ' ' << count;
     }
   }
 }

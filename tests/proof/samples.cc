@@ -18,8 +18,6 @@
 namespace corvid::test {
 namespace {
 
-using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-
 const Octets kHangul = Hex("ED998DEAB8B8EB8F99");  // in UTF-8
 const Octets kText = Der(0x0C, kHangul);
 
@@ -117,26 +115,17 @@ Octets RevocationList(EVP_PKEY* key) {
     const Octets extension = Extension("2.5.29.29", Der(0x30, Der(0xA4, issuer)), true);
     return Sequence({Hex(serial), Der(0x17, "260115000000Z"), Der(0x30, extension)});
   };
-  const Octets algorithm = Sequence({Oid("1.2.840.113549.1.1.11"), Hex("0500")});
-  const Octets tbs = Sequence(
-      {Hex("020101"), algorithm, IssuerName(), Der(0x17, "260101000000Z"),
-       Sequence({entry("020105", IssuerName()), entry("020106", Name({{"2.5.4.3", kText}}))}),
-       Der(0xA0, Der(0x30, Extension("2.5.29.28", Hex("30038401FF"), true)))});
-  return Sequence({tbs, algorithm, SignatureOf(key, tbs)});
-}
-
-Octets SignedCertificate(CertificateParts parts, EVP_PKEY* key) {
-  const Certificate unsigned_one(MakeCertificate(parts));
-  Output tbs;
-  EXPECT_EQ(CVD_ASN_EncodePDU(&tbs, unsigned_one.get(), CVD_PDU_TBS_CERTIFICATE), 0u);
-  parts.signature = SignatureOf(key, tbs.octets());
-  return MakeCertificate(parts);
+  const Octets point = Extension("2.5.29.28", Hex("30038401FF"), true);
+  return SignedBy(key, MakeList({.issuer = IssuerName(),
+                                 .entries = {entry("020105", IssuerName()),
+                                             entry("020106", Name({{"2.5.4.3", kText}}))},
+                                 .extensions = {point}}));
 }
 
 }  // namespace
 
 Inputs RichInputs(bool large) {
-  const Key key(EVP_RSA_gen(1024), EVP_PKEY_free);
+  const Pkey key = NewRsaKey(1024);
   Inputs in;
   AddPrivateKey(key.get(), &in);
   in.subject_key_id = Der(0x04, Octets(20, 0x22));
@@ -154,9 +143,9 @@ Inputs RichInputs(bool large) {
                          .subject = large ? LongName() : IssuerName(),
                          .spki = PublicKeyInfo(key.get()),
                          .extensions = Extensions(in.identity_data, large)};
-  in.certificate = SignedCertificate(parts, key.get());
+  in.certificate = SignedBy(key.get(), MakeCertificate(parts));
   parts.subject = IssuerName();
-  in.issuer = SignedCertificate(parts, key.get());
+  in.issuer = SignedBy(key.get(), MakeCertificate(parts));
   in.list = RevocationList(key.get());
   in.pem = OctetsOf(Pem(in.certificate));
   in.pem_list = OctetsOf(Pem(in.list, "X509 CRL"));

@@ -169,12 +169,9 @@ Inputs LongKey(size_t octets) {
 // ---- revocation lists ----------------------------------------------------------------------
 
 Octets List(const Octets& issuer, const Octets& entries, const Octets& point) {
-  const Octets algorithm = Sequence({Oid("1.2.840.113549.1.1.11"), Hex("0500")});
-  const Octets extensions =
-      point.empty() ? point : Der(0xA0, Der(0x30, Extension("2.5.29.28", point, true)));
-  return Sequence({Sequence({Hex("020101"), algorithm, issuer, Der(0x17, "260101000000Z"),
-                             Der(0x30, entries), extensions}),
-                   algorithm, Hex("0304 00A1B2C3")});
+  ListParts parts{.issuer = issuer, .entries = {entries}};
+  if (!point.empty()) parts.extensions = {Extension("2.5.29.28", point, true)};
+  return MakeList(parts);
 }
 
 const Octets kDate = Der(0x17, "260101000000Z");

@@ -3,16 +3,11 @@
 #include "corvid/crl.h"
 
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/rsa.h>
-#include <openssl/x509.h>
 
 #include <cstdlib>
-#include <memory>
 
 #include "corvid/csp.h"
 #include "support/signing.h"
-#include "support/spoiled.h"
 
 namespace {
 int g_taken = 0;  // blocks taken since a test began to count
@@ -35,35 +30,6 @@ constexpr uint32_t kBadList = CVD_CRL_ERR_BAD_LIST;
 constexpr uint32_t kBadEntry = CVD_CRL_ERR_BAD_ENTRY;
 constexpr uint32_t kIssuer = CVD_CRL_ERR_ISSUER;
 constexpr uint32_t kScope = CVD_CRL_ERR_SCOPE;
-
-// A SEQUENCE of the parts; without parts, nothing.
-Octets ListOf(const std::vector<Octets>& parts) {
-  Octets all;
-  for (const Octets& part : parts) all = Join({all, part});
-  return parts.empty() ? all : Der(0x30, all);
-}
-
-struct ListParts {
-  Octets version = Hex("020101");
-  std::string inner = "1.2.840.113549.1.1.11";
-  std::string outer = "1.2.840.113549.1.1.11";
-  Octets next_update = {};
-  std::vector<Octets> entries = {};     // none: the field is left out
-  std::vector<Octets> extensions = {};  // the same
-  EVP_PKEY* key = nullptr;              // none: the signature is three octets
-};
-
-using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-
-Octets MakeList(const ListParts& parts) {
-  const Octets extensions = ListOf(parts.extensions);
-  const Octets tbs =
-      Sequence({parts.version, Sequence({Oid(parts.inner), Hex("0500")}), CommonName("Issuer"),
-                Der(0x17, "260101000000Z"), parts.next_update, ListOf(parts.entries),
-                extensions.empty() ? extensions : Der(0xA0, extensions)});
-  return Sequence({tbs, Sequence({Oid(parts.outer), Hex("0500")}),
-                   parts.key == nullptr ? Hex("0304 00A1B2C3") : SignatureOf(parts.key, tbs)});
-}
 
 const Octets kDate = Der(0x17, "260115000000Z");
 
@@ -209,13 +175,13 @@ const std::vector<Octets> kIndirectEntries = {Entry("01"),
                                               Entry("07", {EntryIssuer("Issuer")})};
 
 TEST(CrlLoad, TellsWhatIsWrongWithASpoiledListAndVerifiesNone) {
-  const Key key(EVP_RSA_gen(1024), EVP_PKEY_free);
+  const Pkey key = NewRsaKey(1024);
   const Octets point = Der(0xA0, Der(0xA0, Join({Directory("P"), Uri("http://p")})));
-  const Octets whole =
+  const Octets whole = SignedBy(
+      key.get(),
       MakeList({.next_update = Der(0x17, "270101000000Z"),
                 .entries = kIndirectEntries,
-                .extensions = {Unknown(false), Idp(Join({point, Hex("8101FF"), kIndirect}))},
-                .key = key.get()});
+                .extensions = {Unknown(false), Idp(Join({point, Hex("8101FF"), kIndirect}))}}));
   const Certificate issuer(
       MakeCertificate({.subject = CommonName("Issuer"), .spki = PublicKeyInfo(key.get())}));
   ASSERT_EQ(CVD_CRL_VerifySignature(Loaded(whole).crl, issuer.get()), 0u);
@@ -365,11 +331,11 @@ TEST(CrlLookUp, LeavesOutWhatTheListDoesNotCover) {
 TEST(CrlSignature, VerifiesWithTheIssuersKeyAlone) {
   constexpr uint32_t kSignature = CVD_CRL_ERR_SIGNATURE;
   constexpr uint32_t kAlgorithm = CVD_CRL_ERR_ALGORITHM;
-  const Key key(EVP_RSA_gen(2048), EVP_PKEY_free);
-  const Key other_key(EVP_RSA_gen(2048), EVP_PKEY_free);
-  const Octets list = MakeList({.entries = kIndirectEntries,
-                                .extensions = {Unknown(false), Idp(kIndirect)},
-                                .key = key.get()});
+  const Pkey key = NewRsaKey(2048);
+  const Pkey other_key = NewRsaKey(2048);
+  const Octets list = SignedBy(
+      key.get(),
+      MakeList({.entries = kIndirectEntries, .extensions = {Unknown(false), Idp(kIndirect)}}));
   const Octets own = CommonName("ISSUER");
   const Octets spki = PublicKeyInfo(key.get());
   const Octets other = PublicKeyInfo(other_key.get());

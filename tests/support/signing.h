@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
+#include <openssl/rsa.h>
 #include <openssl/x509.h>
 
-#include "support/support.h"
+#include <memory>
+
+#include "support/spoiled.h"
 
 namespace corvid::test {
 
@@ -20,6 +23,18 @@ inline Octets SignatureOf(EVP_PKEY* key, const Octets& data, const EVP_MD* hash 
   EVP_MD_CTX_free(context);
   return Der(0x03, Join({Hex("00"), signature}));
 }
+
+// The certificate or list with the key's signature, by SHA-1 or SHA-256 as its algorithm says.
+inline Octets SignedBy(EVP_PKEY* key, const Octets& der) {
+  Element whole = Parse(der);
+  const bool sha1 = Encode(whole.parts[1].parts[0]) == Oid("1.2.840.113549.1.1.5");
+  whole.parts[2].instead =
+      SignatureOf(key, Encode(whole.parts[0]), sha1 ? EVP_sha1() : EVP_sha256());
+  return Encode(whole);
+}
+
+using Pkey = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+inline Pkey NewRsaKey(unsigned bits) { return {EVP_RSA_gen(bits), EVP_PKEY_free}; }
 
 inline Octets PublicKeyInfo(EVP_PKEY* key) {
   Octets der(static_cast<size_t>(i2d_PUBKEY(key, nullptr)));

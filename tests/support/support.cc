@@ -115,6 +115,12 @@ Octets Join(std::initializer_list<Octets> parts) {
   return all;
 }
 
+Octets ListOf(const std::vector<Octets>& parts) {
+  Octets all;
+  for (const Octets& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return parts.empty() ? all : Der(0x30, all);
+}
+
 Octets Sequence(std::initializer_list<Octets> parts, uint8_t tag) { return Der(tag, Join(parts)); }
 
 Octets Oid(const std::string& dotted) {
@@ -142,23 +148,28 @@ Octets Spki(const std::string& algorithm, const Octets& parameters, const Octets
   return Sequence({Sequence({Oid(algorithm), parameters}), Der(0x03, Join({Hex("00"), key}))});
 }
 
+static Octets AlgorithmOf(const std::string& oid) { return Sequence({Oid(oid), Hex("0500")}); }
+
 Octets MakeCertificate(const CertificateParts& parts) {
-  const Octets algorithm = Sequence({Oid(parts.signature_oid), Hex("0500")});
-  Octets spki = parts.spki;
-  if (spki.empty()) {
-    Octets modulus(64, 0xA5);
-    const Octets key = Sequence({Der(0x02, Join({Hex("00"), modulus})), Hex("0203010001")});
-    spki = Spki("1.2.840.113549.1.1.1", Hex("0500"), key);
-  }
-  Octets extensions;
-  for (const Octets& extension : parts.extensions) {
-    extensions.insert(extensions.end(), extension.begin(), extension.end());
-  }
-  if (!parts.extensions.empty()) extensions = Der(0xA3, Der(0x30, extensions));
-  const Octets tbs =
-      Sequence({parts.version, Der(0x02, parts.serial), algorithm, parts.issuer,
-                Sequence({parts.not_before, parts.not_after}), parts.subject, spki, extensions});
-  return Sequence({tbs, algorithm, parts.signature});
+  const Octets algorithm = AlgorithmOf(parts.signature_oid);
+  const Octets modulus = Der(0x02, Join({Hex("00"), Octets(64, 0xA5)}));
+  const Octets spki =
+      Spki("1.2.840.113549.1.1.1", Hex("0500"), Sequence({modulus, Hex("0203010001")}));
+  const Octets extensions = ListOf(parts.extensions);
+  const Octets tbs = Sequence({parts.version, Der(0x02, parts.serial), algorithm, parts.issuer,
+                               Sequence({parts.not_before, parts.not_after}), parts.subject,
+                               parts.spki.empty() ? spki : parts.spki,
+                               extensions.empty() ? extensions : Der(0xA3, extensions)});
+  return Sequence(
+      {tbs, parts.outer_oid.empty() ? algorithm : AlgorithmOf(parts.outer_oid), parts.signature});
+}
+
+Octets MakeList(const ListParts& parts) {
+  const Octets extensions = ListOf(parts.extensions);
+  const Octets tbs = Sequence({parts.version, AlgorithmOf(parts.inner), parts.issuer,
+                               parts.this_update, parts.next_update, ListOf(parts.entries),
+                               extensions.empty() ? extensions : Der(0xA0, extensions)});
+  return Sequence({tbs, AlgorithmOf(parts.outer), Hex("0304 00A1B2C3")});
 }
 
 static std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path& folder) {

@@ -83,6 +83,12 @@ class DecodedRecord {
   ~DecodedRecord() { CVD_ASN_FreePDU(record_, type_); }
   Record* get() const { return static_cast<Record*>(record_); }
   Record* operator->() const { return get(); }
+  // As the type of its first member, when that is told.
+  Octets Encode(int32_t type = 0) const {
+    Output der;
+    static_cast<void>(CVD_ASN_EncodePDU(&der, record_, type == 0 ? type_ : type));
+    return der.octets();
+  }
 
   uint32_t status;
 
@@ -104,6 +110,8 @@ Octets Der(uint8_t tag, std::string_view content);
 // A SEQUENCE (or another constructed element) of the parts.
 Octets Sequence(std::initializer_list<Octets> parts, uint8_t tag = 0x30);
 Octets Join(std::initializer_list<Octets> parts);
+// A SEQUENCE of any number of parts; nothing without parts.
+Octets ListOf(const std::vector<Octets>& parts);
 // An OBJECT IDENTIFIER from its dotted text.
 Octets Oid(const std::string& dotted);
 // A Name of one-attribute RDNs: {{"2.5.4.6", Der(0x13, "KR")}, ...}.
@@ -132,6 +140,7 @@ struct CertificateParts {
   Octets version = Hex("A003020102");  // v3
   Octets serial = Hex("0102");
   std::string signature_oid = "1.2.840.113549.1.1.11";
+  std::string outer_oid = {};  // when the algorithm outside the signed part is another
   Octets issuer = CommonName("Issuer");
   Octets not_before = Der(0x17, "260101000000Z");
   Octets not_after = Der(0x17, "270101000000Z");
@@ -141,6 +150,19 @@ struct CertificateParts {
   Octets signature = Hex("0304 00A1B2C3");
 };
 Octets MakeCertificate(const CertificateParts& parts);
+
+// The same of a revocation list.
+struct ListParts {
+  Octets version = Hex("020101");
+  std::string inner = "1.2.840.113549.1.1.11";
+  std::string outer = "1.2.840.113549.1.1.11";
+  Octets issuer = CommonName("Issuer");
+  Octets this_update = Der(0x17, "260101000000Z");
+  Octets next_update = {};
+  std::vector<Octets> entries = {};     // none: the field is left out
+  std::vector<Octets> extensions = {};  // the same
+};
+Octets MakeList(const ListParts& parts);
 
 // ---- certificates at hand ------------------------------------------------------------------
 

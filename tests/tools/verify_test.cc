@@ -3,13 +3,10 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
-#include <openssl/rsa.h>
-#include <openssl/x509.h>
 
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <type_traits>
@@ -18,7 +15,6 @@
 #include "chain.h"
 #include "command.h"
 #include "support/signing.h"
-#include "support/spoiled.h"
 
 static int g_verifications = 0;
 
@@ -40,23 +36,15 @@ using nlohmann::json;
 // One key a role; kWeak has 1024 bits. The first three are the places of a scenario's links too.
 enum Key : uint8_t { kLeaf, kCa, kRoot, kOther, kWeak };
 EVP_PKEY* KeyOf(Key key) {
-  static std::map<Key, std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>> keys;
+  static std::map<Key, Pkey> keys;
   const auto [made, added] = keys.try_emplace(key, nullptr, EVP_PKEY_free);
-  if (added) made->second.reset(EVP_RSA_gen(key == kWeak ? 1024U : 2048U));
+  if (added) made->second = NewRsaKey(key == kWeak ? 1024U : 2048U);
   return made->second.get();
 }
 
 constexpr const char* kSha1Rsa = "1.2.840.113549.1.1.5";
 constexpr const char* kSha256Rsa = "1.2.840.113549.1.1.11";
 constexpr const char* kEcdsa = "1.2.840.10045.4.3.2";
-
-Octets AlgorithmOf(const std::string& oid) { return Sequence({Oid(oid), Hex("0500")}); }
-
-// SEQUENCE { tbs, algorithm, signature }.
-Octets Sign(const Octets& tbs, Key key, const std::string& algorithm) {
-  const EVP_MD* hash = algorithm == kSha1Rsa ? EVP_sha1() : EVP_sha256();
-  return Sequence({tbs, AlgorithmOf(algorithm), SignatureOf(KeyOf(key), tbs, hash)});
-}
 
 Octets NameOf(const char* text, uint8_t tag = 0x0C) { return Name({{"2.5.4.3", Der(tag, text)}}); }
 
@@ -65,13 +53,11 @@ struct Link {
   Key key = kLeaf;
   Key signer = kCa;
   bool trusted = false;
-  std::string outer = {};  // the algorithm outside the signed part, when it is another
 
   Octets der() const {
     CertificateParts full = parts;
     full.spki = PublicKeyInfo(KeyOf(key));
-    const Octets tbs = Encode(Parse(MakeCertificate(full)).parts[0]);
-    return Sign(tbs, signer, outer.empty() ? parts.signature_oid : outer);
+    return SignedBy(KeyOf(signer), MakeCertificate(full));
   }
 };
 
@@ -97,16 +83,13 @@ struct List {
   std::string algorithm = kSha256Rsa;
 
   Octets der() const {
-    const Octets serial = Hex(revoked);
-    Octets entries;
-    if (!serial.empty()) {
-      entries = Der(0x30, Sequence({Der(0x02, serial), Der(0x17, "260601000000Z")}));
-    }
-    const Octets next = *next_update == '\0' ? Octets() : Der(0x17, next_update);
-    const Octets more = extensions.empty() ? Octets() : Der(0xA0, Der(0x30, extensions));
-    return Sign(Sequence({Hex("020101"), AlgorithmOf(algorithm), NameOf(issuer),
-                          Der(0x17, this_update), next, entries, more}),
-                signer, algorithm);
+    const auto utc = [](const char* text) { return Der(0x17, text); };
+    ListParts parts{.inner = algorithm, .outer = algorithm, .issuer = NameOf(issuer)};
+    parts.this_update = utc(this_update);
+    if (*next_update != '\0') parts.next_update = utc(next_update);
+    if (*revoked != '\0') parts.entries = {Sequence({Der(0x02, Hex(revoked)), utc(this_update)})};
+    if (!extensions.empty()) parts.extensions = {extensions};
+    return SignedBy(KeyOf(signer), MakeList(parts));
   }
 };
 
@@ -228,7 +211,7 @@ const Fault kChainFaults[] = {
     {"WrongSigner", {Of(kLeaf, &Link::signer, kOther)}, "0 signature 36050"},
     {"UnsupportedAlgorithm", {Part(kLeaf, &Parts::signature_oid, kEcdsa)}, "0 signature 36012"},
     {"OuterAlgorithmDiffers",
-     {Of(kLeaf, &Link::outer, kSha1Rsa)},
+     {Part(kLeaf, &Parts::outer_oid, kSha1Rsa)},
      "0 signatureAlgorithm 0, 0 digest warning"},
     {"WeakDigest", {Part(kCa, &Parts::signature_oid, kSha1Rsa)}, "1 digest warning"},
     {"WeakDigestOfAnchor", {Part(kRoot, &Parts::signature_oid, kSha1Rsa)}, ""},
