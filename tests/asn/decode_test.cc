@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 #include "support/support.h"
 
@@ -23,11 +24,7 @@ namespace corvid::test {
 namespace {
 
 TEST(Accepted, EncodesBackToTheSameOctets) {
-  const struct {
-    const char* name;
-    int32_t type;
-    const char* der;
-  } rows[] = {
+  const std::tuple<const char*, int32_t, const char*> rows[] = {
       {"KeyUsageEmpty", CVD_PDU_KEY_USAGE, "03 01 00"},
       {"KeyUsageTrailingZeroBits", CVD_PDU_KEY_USAGE, "03 03 00 80 00"},
       {"KeyUsageFourOctets", CVD_PDU_KEY_USAGE, "03 05 00 80 00 00 01"},
@@ -61,10 +58,10 @@ TEST(Accepted, EncodesBackToTheSameOctets) {
       {"IssuingPoint", CVD_PDU_ISSUING_DISTRIBUTION_POINT,
        "3014A005A003860175810100830205608401FF850100"},
   };
-  for (const auto& row : rows) {
-    const DecodedRecord<void> record(Hex(row.der), row.type);
-    ASSERT_EQ(record.status, 0u) << row.name;
-    EXPECT_EQ(record.Encode(), Hex(row.der)) << row.name;
+  for (const auto& [name, type, der] : rows) {
+    const DecodedRecord<void> record(Hex(der), type);
+    ASSERT_EQ(record.status, 0u) << name;
+    EXPECT_EQ(record.Encode(), Hex(der)) << name;
   }
 }
 

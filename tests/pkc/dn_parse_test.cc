@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <utility>
 
 #include "support/support.h"
 
@@ -46,10 +47,7 @@ const std::string kOu = "2.5.4.11";
 
 TEST(NameFromText, HasTheDocumentedForm) {
   const Octets kr = Sequence({TypedValue("2.5.4.6", Printable("KR"))}, 0x31);
-  const struct {
-    std::string text;
-    Octets name;
-  } rows[] = {
+  const std::pair<std::string, Octets> rows[] = {
       {"CN=User,OU=Unit,O=Org,C=KR", Name({{"2.5.4.6", Printable("KR")},
                                            {"2.5.4.10", Utf8("Org")},
                                            {kOu, Utf8("Unit")},
@@ -72,8 +70,8 @@ TEST(NameFromText, HasTheDocumentedForm) {
       {"OU=a + CN=b",
        Sequence({Sequence({TypedValue(kCn, Utf8("b")), TypedValue(kOu, Utf8("a"))}, 0x31)})},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(ParsedName(row.text).Encode(), CertificateOf(row.name)) << row.text;
+  for (const auto& [text, name] : rows) {
+    EXPECT_EQ(ParsedName(text).Encode(), CertificateOf(name)) << text;
   }
   const ParsedName name("CN=a+OU=b,C=KR");  // in memory the attribute written last comes first
   EXPECT_EQ(name.Render(), "cn=a+ou=b,c=KR");
@@ -103,19 +101,16 @@ TEST(NameFromText, RefusesOtherForms) {
 
 // The bounds count characters, whatever the caller's set makes of them in octets.
 TEST(NameFromText, LimitsHoldInEverySet) {
-  const struct {
-    const char* locale;
-    std::string character;
-  } sets[] = {{"ko_KR-euc", "\xB0\xA1"},       {"ko_KR-UTF-8", "\xEA\xB0\x80"},
-              {"ja_JP-EUC", "\xA4\xA2"},       {"ja_JP-SJIS", "\x82\xA0"},
-              {"ja_JP-UTF-8", "\xE3\x81\x82"}, {"ko_KR-euc", "a"}};
-  for (const auto& set : sets) {
-    const Options options(set.locale);
+  const std::pair<const char*, std::string> sets[] = {
+      {"ko_KR-euc", "\xB0\xA1"},  {"ko_KR-UTF-8", "\xEA\xB0\x80"}, {"ja_JP-EUC", "\xA4\xA2"},
+      {"ja_JP-SJIS", "\x82\xA0"}, {"ja_JP-UTF-8", "\xE3\x81\x82"}, {"ko_KR-euc", "a"}};
+  for (const auto& [locale, character] : sets) {
+    const Options options(locale);
     for (const std::string label : {"O", "T", "CN", "OU", "L", "S"}) {
       const size_t bound = label == "L" || label == "S" ? 128 : 64;
-      const std::string longest = label + "=" + Repeat(bound, set.character);
-      EXPECT_EQ(ParsedName(longest).status, 0u) << set.locale;
-      EXPECT_EQ(ParsedName(longest + set.character).status, 1021u) << set.locale;
+      const std::string longest = label + "=" + Repeat(bound, character);
+      EXPECT_EQ(ParsedName(longest).status, 0u) << locale;
+      EXPECT_EQ(ParsedName(longest + character).status, 1021u) << locale;
     }
   }
   EXPECT_EQ(ParsedName("E=" + Repeat(129, "x")).Encode(),
@@ -130,16 +125,13 @@ TEST(NameFromText, LimitsHoldInEverySet) {
 TEST(NameFromText, StoresAsPassedOrConverts) {
   const Options options("ko_KR-euc");
   const std::string ga = "\xB0\xA1";
-  const struct {
-    std::string text;
-    Octets value;
-  } rows[] = {
+  const std::pair<std::string, Octets> rows[] = {
       {"CN=" + ga, Name({{kCn, Utf8("\xEA\xB0\x80")}})},
       {"E=" + ga, Name({{"1.2.840.113549.1.9.1", Ia5(ga)}})},
       {"C=" + ga, Name({{"2.5.4.6", Printable(ga)}})},
       {"DNQUALIFIER=@" + ga, Name({{"2.5.4.46", Printable("@" + ga)}})},
   };
-  for (const auto& row : rows) EXPECT_EQ(ParsedName(row.text).Encode(), CertificateOf(row.value));
+  for (const auto& [text, value] : rows) EXPECT_EQ(ParsedName(text).Encode(), CertificateOf(value));
   CVD_Trace_Clear();
   EXPECT_EQ(ParsedName("CN=\xB0").status, 3005u);  // half a character
   EXPECT_EQ(TakeTrace(), "CVD_PKC_AsnRDN_Encode 3005\nCVD_ImplementRDN 3005\n");
@@ -185,17 +177,16 @@ TEST(AttributeFromText, AddsToBothListsOrNeither) {
 // ---- there and back ------------------------------------------------------------------------
 
 TEST(NameFromText, WhatRendersParsesToTheSameOctets) {
-  const struct {
-    const char* locale;
-    std::vector<std::string> letters;  // in Shift JIS some end in octets that are special
-  } sets[] = {{"ko_KR-euc", {"\xB0\xA1", "\xC8\xFE", "\xA4\xD3"}},
-              {"ko_KR-UTF-8", {"\xEA\xB0\x80", "\xF0\x9F\x98\x80", "\xC3\xA9"}},
-              {"ja_JP-EUC", {"\xA4\xA2", "\xB0\xA1", "\x8E\xB1"}},
-              {"ja_JP-SJIS", {"\x82\xA0", "\x95\x5C", "\x83\x5C", "\xB1", "\x81\x5B"}},
-              {"ja_JP-UTF-8", {"\xE3\x81\x82", "\xE8\xA1\xA8"}}};
-  for (const auto& set : sets) {
-    const Options options(set.locale);
-    std::vector<std::string> characters = set.letters;
+  // In Shift JIS some letters end in octets that are special.
+  const std::pair<const char*, std::vector<std::string>> sets[] = {
+      {"ko_KR-euc", {"\xB0\xA1", "\xC8\xFE", "\xA4\xD3"}},
+      {"ko_KR-UTF-8", {"\xEA\xB0\x80", "\xF0\x9F\x98\x80", "\xC3\xA9"}},
+      {"ja_JP-EUC", {"\xA4\xA2", "\xB0\xA1", "\x8E\xB1"}},
+      {"ja_JP-SJIS", {"\x82\xA0", "\x95\x5C", "\x83\x5C", "\xB1", "\x81\x5B"}},
+      {"ja_JP-UTF-8", {"\xE3\x81\x82", "\xE8\xA1\xA8"}}};
+  for (const auto& [locale, letters] : sets) {
+    const Options options(locale);
+    std::vector<std::string> characters = letters;
     for (const char c : "aZ09 .-/:'#\"@\\,=<>\x01\x1F"s) characters.emplace_back(1, c);
     for (const std::string& a : characters) {
       for (const std::string& b : characters) {
@@ -209,8 +200,8 @@ TEST(NameFromText, WhatRendersParsesToTheSameOctets) {
         std::string text = "cn=";
         text.append(value).append(" , O=a + ou=").append(value);
         const ParsedName name(text);
-        ASSERT_EQ(name.status, 0u) << set.locale << ' ' << value;
-        ASSERT_EQ(ParsedName(name.Render()).Encode(), name.Encode()) << set.locale << ' ' << value;
+        ASSERT_EQ(name.status, 0u) << locale << ' ' << value;
+        ASSERT_EQ(ParsedName(name.Render()).Encode(), name.Encode()) << locale << ' ' << value;
       }
     }
   }

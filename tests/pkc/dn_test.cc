@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
+#include <utility>
 
 #include "support/support.h"
 
@@ -48,10 +50,7 @@ TEST(NameText, HasTheDocumentedForm) {
   const Octets bad_dc = TypedValue("0.9.2342.19200300.100.1.25", Hex("1C0400000041"));
   const Octets qualifier =
       TypedValue("2.5.4.46", Printable("q,r\0s"s));  // unescaped, ends at a NUL
-  const struct {
-    Octets name;
-    std::string text;
-  } rows[] = {
+  const std::pair<Octets, std::string> rows[] = {
       {Name({{"2.5.4.10", Printable("Org")},
              {"2.5.4.8", Der(0x14, "State")},
              {"2.5.4.7", Der(0x1A, "Town")},
@@ -71,7 +70,7 @@ TEST(NameText, HasTheDocumentedForm) {
       {Sequence({Rdn({cn}), Der(0x31, Repeat(cn, 1000))}), "cn=A" + Repeat(999, "+cn=A") + ",cn=A"},
       {Name(std::vector<Attribute>(1000, {"2.5.4.3", Utf8("A")})), "cn=A" + Repeat(999, ",cn=A")},
   };
-  for (const auto& row : rows) EXPECT_EQ(Render(row.name), row.text);
+  for (const auto& [name, text] : rows) EXPECT_EQ(Render(name), text);
   const Options upper("ko_KR-euc", "upper");
   EXPECT_EQ(Render(Sequence({c, Rdn({cn, ou})})), "OU=B+CN=A,C=KR");
 }
@@ -96,12 +95,7 @@ TEST(NameText, EscapesOctetsWhereverTheyStand) {
 
 TEST(NameText, ValuesAreConvertedCutAndRefused) {
   const Octets table = Utf8("a\xE8\xA1\xA8,");  // U+8868: the second octet in Shift JIS is 5C
-  const struct {
-    const char* locale;
-    int32_t type;
-    Octets value;
-    std::string text;
-  } rows[] = {
+  const std::tuple<const char*, int32_t, Octets, std::string> rows[] = {
       {"ko_KR-euc", CVD_OID_COMMON_NAME, Utf8("\xEA\xB0\x80=b"), "cn=\xB0\xA1\\=b"},
       {"ko_KR-UTF-8", CVD_OID_COMMON_NAME, Utf8("\xEA\xB0\x80=b"), "cn=\xEA\xB0\x80\\=b"},
       {"ko_KR-UTF-8", CVD_OID_COMMON_NAME, Hex("1E04AC00002C"), "cn=\xEA\xB0\x80\\,"},
@@ -116,9 +110,9 @@ TEST(NameText, ValuesAreConvertedCutAndRefused) {
       {"ko_KR-euc", CVD_OID_COUNTRY_NAME, Der(0x16, "KR"), "36032"},
       {"ko_KR-euc", CVD_OID_COUNTRY_NAME, Hex("13034B52"), "36032"},
   };
-  for (const auto& row : rows) {
-    const Options options(row.locale);
-    EXPECT_EQ(RenderValue(row.type, row.value), row.text) << row.locale << ToHex(row.value);
+  for (const auto& [locale, type, value, text] : rows) {
+    const Options options(locale);
+    EXPECT_EQ(RenderValue(type, value), text) << locale << ToHex(value);
   }
 }
 

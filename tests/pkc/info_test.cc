@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <tuple>
 
 #include "support/support.h"
 
@@ -69,11 +70,7 @@ void SetZone(const char* name) {
 
 TEST(BasicInfo, OnlyUtcTimesOf2000To2037AreLocal) {
   SetZone("Asia/Seoul");
-  const struct {
-    uint8_t tag;
-    const char* time;
-    const char* text;
-  } rows[] = {
+  const std::tuple<uint8_t, const char*, const char*> rows[] = {
       {0x17, "300101000000Z", "2030-01-01 09:00:00"},
       {0x17, "371231235959Z", "2038-01-01 08:59:59"},
       {0x17, "380101000000Z", "2038-01-01 00:00:00"},

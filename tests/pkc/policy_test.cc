@@ -1,6 +1,8 @@
 // Certificate policies: what is shown of them, the repair of a refused encoding, and the encoder.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "pkc/extension_list.h"
 
 namespace corvid::test {
@@ -97,12 +99,7 @@ TEST(Policies, Encoded) {
   std::string stored;
   for (int i = 0; i < 500; ++i) syllables += "\xB0\xA1";
   for (int i = 0; i < 399; ++i) stored += "\xEA\xB0\x80";
-  const struct {
-    const char* cps;
-    const char* notice;
-    uint32_t notice_length;
-    Octets qualifiers;
-  } rows[] = {
+  const std::tuple<const char*, const char*, uint32_t, Octets> rows[] = {
       {nullptr, nullptr, 0, {}},
       {"u", nullptr, 0, Cps("u")},
       {nullptr, syllables.c_str(), 1000, Notice(Der(0x0C, stored))},

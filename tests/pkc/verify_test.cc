@@ -1,6 +1,8 @@
 // The checks of a certificate: time, signature, revocation, CA, usage.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "corvid/crl.h"
 #include "support/support.h"
 
@@ -137,11 +139,8 @@ TEST(CheckCaOrNot, ReadsBasicConstraints) {
 }
 
 TEST(CheckCertUsage, AsksTheRightExtension) {
-  const struct {
-    const char* oid;
-    const char* value;
-    const char* allowed;  // usage n is the n-th character
-  } rows[] = {
+  // The n-th character of what is allowed stands for usage n.
+  const std::tuple<const char*, const char*, const char*> rows[] = {
       {"", "", "--------"},
       {"2.5.29.15", "03020780", "-2------"},
       {"2.5.29.15", "03020520", "1-------"},
@@ -152,12 +151,12 @@ TEST(CheckCertUsage, AsksTheRightExtension) {
       {"2.5.29.37", "300A06082B06010505070304", "-----6--"},
       {"2.5.29.37", "301406082B0601050507030106082B06010505070302", "------78"},
   };
-  for (const auto& row : rows) {
-    const Certificate certificate(WithExtension(row.oid, row.value));
+  for (const auto& [oid, value, allowed] : rows) {
+    const Certificate certificate(WithExtension(oid, value));
     for (int32_t usage = 1; usage <= 8; ++usage) {
       EXPECT_EQ(CVD_CheckCertUsage(nullptr, certificate.get(), usage),
-                row.allowed[usage - 1] == '-' ? kRefused : 0u)
-          << row.value << ' ' << usage;
+                allowed[usage - 1] == '-' ? kRefused : 0u)
+          << value << ' ' << usage;
     }
   }
   CVD_Trace_Clear();

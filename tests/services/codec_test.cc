@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/support.h"
@@ -52,11 +53,7 @@ uint32_t Convert(const std::string& from, const char* to, const std::string& tex
 }
 
 TEST(CodeSet, ConvertsBothWays) {
-  const struct {
-    const char* set;
-    const char* utf8;
-    const char* local;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*> rows[] = {
       {"ko_KR-euc", "8 octets김then", "8 octets\xB1\xE8then"},
       {"ko_KR-euc", "믜똠뷁", "\x92\xDE\x8C\x63\x94\xEE"},  // not in EUC-KR proper
       {"ja_JP-EUC", "①髙－", "\xAD\xA1\x8F\xF4\xFB\xA1\xDD"},
@@ -66,11 +63,11 @@ TEST(CodeSet, ConvertsBothWays) {
       {"ja_JP-UTF-8", "¥é김😀", "¥é김😀"},
   };
   std::string out;
-  for (const auto& row : rows) {
-    EXPECT_EQ(Convert("ko_KR-UTF-8", row.set, row.utf8, &out), 0u) << row.utf8;
-    EXPECT_EQ(out, row.local) << row.utf8;
-    EXPECT_EQ(Convert(row.set, "ja_JP-UTF-8", row.local, &out), 0u) << row.utf8;
-    EXPECT_EQ(out, row.utf8);
+  for (const auto& [set, utf8, local] : rows) {
+    EXPECT_EQ(Convert("ko_KR-UTF-8", set, utf8, &out), 0u) << utf8;
+    EXPECT_EQ(out, local) << utf8;
+    EXPECT_EQ(Convert(set, "ja_JP-UTF-8", local, &out), 0u) << utf8;
+    EXPECT_EQ(out, utf8);
   }
 }
 

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <tuple>
+#include <utility>
 
 #include "corvid/csp.h"
 #include "support/signing.h"
@@ -119,11 +121,7 @@ TEST(CrlLoad, RefusesWhatItDoesNotUnderstand) {
   };
   Octets names = ListOf(std::vector<Octets>(65, Hex("8600")));
   names[0] = 0xA0;  // fullName
-  const struct {
-    const char* name;
-    Octets encoding;
-    uint32_t status;
-  } rows[] = {
+  const std::tuple<const char*, Octets, uint32_t> rows[] = {
       {"Nothing", {}, kBadList},
       {"NoText", OctetsOf("no list"), kBadList},
       {"OtherLabel", ListPem(good, "CERTIFICATE"), kBadList},
@@ -156,12 +154,12 @@ TEST(CrlLoad, RefusesWhatItDoesNotUnderstand) {
       {"PointMalformed", with_extension(Idp(Hex("810101"))), kBadList},
       {"PointTwice", with_extension(Join({Idp(kIndirect), Idp(kIndirect)})), kBadList},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, encoding, status] : rows) {
     const int live = g_live;
-    const Loaded list(row.encoding);
-    EXPECT_EQ(list.status, row.status) << row.name;
-    EXPECT_EQ(list.crl, nullptr) << row.name;
-    EXPECT_EQ(g_live, live) << row.name;
+    const Loaded list(encoding);
+    EXPECT_EQ(list.status, status) << name;
+    EXPECT_EQ(list.crl, nullptr) << name;
+    EXPECT_EQ(g_live, live) << name;
   }
 }
 
@@ -240,17 +238,15 @@ Octets CrlIssuer(std::string_view name) { return Der(0xA2, Directory(name)); }
 TEST(CrlLookUp, IndirectListsSpeakOfTheIssuersOfTheirEntries) {
   const Loaded list(MakeList({.entries = kIndirectEntries, .extensions = {Idp(kIndirect)}}));
   ASSERT_EQ(list.status, 0u);
-  const struct {
-    const char* issuer;
-    const char* revoked;
-  } rows[] = {{"issuer", "01 07 "}, {"b ", "02 03 06 "}, {"C", "02 05 "}};
-  for (const auto& row : rows) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"issuer", "01 07 "}, {"b ", "02 03 06 "}, {"C", "02 05 "}};
+  for (const auto& [issuer, expected] : rows) {
     std::string revoked;
     for (const std::string serial : {"01", "02", "03", "04", "05", "06", "07", "08"}) {
-      const uint32_t answer = list.Ask({.serial = Hex(serial), .issuer = CommonName(row.issuer)});
+      const uint32_t answer = list.Ask({.serial = Hex(serial), .issuer = CommonName(issuer)});
       if (answer != 0) revoked += serial + (answer == 1 ? " " : "? ");
     }
-    EXPECT_EQ(revoked, row.revoked) << row.issuer;
+    EXPECT_EQ(revoked, expected) << issuer;
   }
   const Octets other = CommonName("D");
   const Octets served = Points({FullName(Uri("u")), CrlIssuer("issuer")});

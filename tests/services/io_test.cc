@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <tuple>
 
 #include "support/support.h"
 
@@ -68,11 +69,7 @@ class WholeFile : public testing::Test {
 TEST_F(WholeFile, IsReadToTheByteOrNotAtAll) {
   const auto grow = [this] { std::ofstream(Path(), std::ios::app) << 'x'; };
   const auto shrink = [this] { std::filesystem::resize_file(Path(), 4000); };
-  const struct {
-    const char* name;
-    Reads reads;
-    uint32_t status;
-  } rows[] = {
+  const std::tuple<const char*, Reads, uint32_t> rows[] = {
       {"AtOnce", {}, 0},
       {"InPieces", {.most = 7}, 0},
       {"Interrupted", {.most = 4096, .failing = 2, .error = EINTR}, 0},
@@ -82,11 +79,11 @@ TEST_F(WholeFile, IsReadToTheByteOrNotAtAll) {
       {"FailsLater", {.most = 4096, .failing = 2, .error = EIO}, CVD_IO_ERR_READ},
       {"FailsAtTheEnd", {.failing = 2, .error = EIO}, CVD_IO_ERR_READ},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, reads, status] : rows) {
+    SCOPED_TRACE(name);
     Write(content_);
-    g_reads = row.reads;
-    ExpectRead(Path(), row.status, row.status == 0 ? content_ : "");
+    g_reads = reads;
+    ExpectRead(Path(), status, status == 0 ? content_ : "");
   }
   g_reads = {};
   for (const char* content : {"", "x"}) {

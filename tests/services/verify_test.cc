@@ -12,6 +12,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <tuple>
 
 #include "corvid/csp.h"
 #include "support/signing.h"
@@ -322,11 +323,7 @@ TEST(VerifyDsa, TellsWrongValuesFromMalformedOnesAndTakesNoKeyOutOfBounds) {
   const Octets order = Number(16, 0x80, 1);
   const Octets even = Integer(Join({order, Number(16, 0x80, 2)}));  // q (2^128 + 1) + 1
   const Octets zero = Hex("020100");
-  const struct {
-    const char* name;
-    Signed in;
-    uint32_t status;
-  } rows[] = {
+  const std::tuple<const char*, Signed, uint32_t> rows[] = {
       {"Genuine", v.whole, 0},
       {"RZero", with_signature({zero, v.s}), kWrong},
       {"SZero", with_signature({v.r, zero}), kWrong},
@@ -353,7 +350,7 @@ TEST(VerifyDsa, TellsWrongValuesFromMalformedOnesAndTakesNoKeyOutOfBounds) {
       {"WithoutParameters", with_key({}), kBadParameters},
       {"UnknownAlgorithm", {v.y, v.y, v.y, {}, 7}, CVD_CSP_ERR_UNKNOWN_SIGNID},
   };
-  for (const auto& row : rows) EXPECT_EQ(Verify(row.in), row.status) << row.name;
+  for (const auto& [name, in, status] : rows) EXPECT_EQ(Verify(in), status) << name;
   const Input y(v.y);
   const BIN dataless{1, nullptr};
   const CVD_AlgorithmParameters parameters{&dataless, {}};

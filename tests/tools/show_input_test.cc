@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "command.h"
@@ -148,11 +149,7 @@ TEST(Input, ANamedPipeIsRead) {
 }
 
 TEST(CommandUsage, HasItsExitStatus) {
-  const struct {
-    Arguments arguments;
-    const char* output;
-    int exit;
-  } rows[] = {
+  const std::tuple<Arguments, const char*, int> rows[] = {
       {{}, "", 2},
       {{"frobnicate"}, "", 2},
       {{"show"}, "", 2},
@@ -165,10 +162,10 @@ TEST(CommandUsage, HasItsExitStatus) {
       {{"--version"}, "/dev/full", 4},
       {{"show", "-"}, "closed", 4},
   };
-  for (const auto& row : rows) {
-    const Result result = RunCommand(row.arguments, StringOf(kOne), row.output);
-    EXPECT_EQ(result.exit, row.exit) << testing::PrintToString(row.arguments) << result.err;
-    EXPECT_EQ(result.err.empty(), row.exit == 0) << testing::PrintToString(row.arguments);
+  for (const auto& [arguments, output, exit] : rows) {
+    const Result result = RunCommand(arguments, StringOf(kOne), output);
+    EXPECT_EQ(result.exit, exit) << testing::PrintToString(arguments) << result.err;
+    EXPECT_EQ(result.err.empty(), exit == 0) << testing::PrintToString(arguments);
   }
 }
 
