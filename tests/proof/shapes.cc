@@ -56,17 +56,6 @@ Inputs OfExtensions(size_t count, const Octets& extension) {
   return WithCertificate({.extensions = {Repeat(extension, count)}});
 }
 
-Inputs Rdns(size_t count) { return OfName(Repeat(Der(0x31, kSmallAttribute), count)); }
-Inputs EmptyRdns(size_t count) { return OfName(Repeat(Hex("3100"), count)); }
-Inputs Attributes(size_t count) { return OfName(Der(0x31, Repeat(kSmallAttribute, count))); }
-Inputs HangulRdns(size_t count) {
-  return OfName(Repeat(Der(0x31, Attribute(Hex("EAB080"))), count));
-}
-Inputs BmpRdns(size_t count) { return OfName(Repeat(Hex("310B 3009 0603550403 1E02AC00"), count)); }
-Inputs LongValue(size_t count) {
-  return OfName(Der(0x31, Attribute(Repeat(Hex("EAB080"), count))));
-}
-
 constexpr size_t kAnyOrder = 64;
 
 // Sets of as many attributes as are compared in any order, in the two orders farthest apart.
@@ -84,27 +73,6 @@ Inputs Sets(size_t count) {
   return in;
 }
 
-Inputs TinyExtensions(size_t count) { return OfExtensions(count, Hex("3005 06012A 0400")); }
-Inputs AltNameExtensions(size_t count) {
-  return OfExtensions(count, Extension("2.5.29.17", Hex("3003820161")));
-}
-Inputs PurposeExtensions(size_t count) {
-  return OfExtensions(count, Extension("2.5.29.37", Hex("300306012A")));
-}
-Inputs PolicyExtensions(size_t count) {
-  return OfExtensions(count, Extension("2.5.29.32", Hex("3005300306012A")));
-}
-Inputs PointExtensions(size_t count) {
-  return OfExtensions(count, Extension("2.5.29.31", Hex("3000")));
-}
-Inputs UnreadableExtensions(size_t count) {
-  return OfExtensions(count, Extension("2.5.29.19", Hex("0500")));
-}
-
-Inputs Names(size_t count) { return OfExtension("2.5.29.17", count, Hex("820161")); }
-Inputs EmptyNames(size_t count) { return OfExtension("2.5.29.17", count, Hex("8200")); }
-Inputs SilentNames(size_t count) { return OfExtension("2.5.29.17", count, Hex("88012A")); }
-Inputs Policies(size_t count) { return OfExtension("2.5.29.32", count, Hex("300306012A")); }
 Inputs Qualifiers(size_t count) {
   const Octets qualifiers = Der(0x30, Repeat(Hex("3005 06012A 0500"), count));
   return OfExtension("2.5.29.32", Der(0x30, Der(0x30, Join({Hex("06012A"), qualifiers}))));
@@ -114,18 +82,11 @@ Inputs Notices(size_t count) {
   const Octets qualifiers = Der(0x30, Repeat(notice, count));
   return OfExtension("2.5.29.32", Der(0x30, Der(0x30, Join({Hex("06012A"), qualifiers}))));
 }
-Inputs Purposes(size_t count) { return OfExtension("2.5.29.37", count, Hex("06012A")); }
 // Identifiers without a text, of which a renderer never has enough.
 const Octets kTextlessOid = Der(0x06, Join({Hex("2A"), Octets(18, 0xFF), Hex("7F")}));
-Inputs TextlessPurposes(size_t count) { return OfExtension("2.5.29.37", count, kTextlessOid); }
-Inputs Points(size_t count) { return OfExtension("2.5.29.31", count, Hex("3000")); }
 Inputs PointNames(size_t count) {
   const Octets names = Der(0xA0, Repeat(Hex("A4023000"), count));
   return OfExtension("2.5.29.31", Der(0x30, Der(0x30, Der(0xA0, names))));
-}
-Inputs Accesses(size_t count) {
-  return OfExtension("1.3.6.1.5.5.7.1.1", count,
-                     Sequence({Oid("1.3.6.1.5.5.7.48.1"), Hex("88012A")}));
 }
 Inputs UserInfo(size_t count) {
   return OfExtension(
@@ -146,21 +107,16 @@ Inputs Nested(size_t count) {
 }
 Inputs LongOid(size_t octets) {
   const Octets oid = Der(0x06, Join({Octets(octets, 0x81), Hex("01")}));
-  Inputs in = OfExtension("2.5.29.37", Der(0x30, oid));
-  return in;
+  return OfExtension("2.5.29.37", Der(0x30, oid));
 }
 Inputs LongExtensionId(size_t octets) {
   const Octets oid = Der(0x06, Join({Octets(octets, 0x81), Hex("01")}));
   return WithCertificate({.extensions = {Sequence({oid, Hex("0400")})}});
 }
-Inputs LongInteger(size_t octets) { return WithCertificate({.serial = Octets(octets + 1, 0x41)}); }
 Inputs LongKey(size_t octets) {
   const Octets modulus = Der(0x02, Octets(octets + 1, 0x41));
   const Octets key = Sequence({modulus, Hex("020103")});
-  CertificateParts parts;
-  parts.spki = Sequence(
-      {Sequence({Oid("1.2.840.113549.1.1.1"), Hex("0500")}), Der(0x03, Join({Hex("00"), key}))});
-  Inputs in = WithCertificate(parts);
+  Inputs in = WithCertificate({.spki = Spki("1.2.840.113549.1.1.1", Hex("0500"), key)});
   in.rsa_key = key;
   in.kcdsa_parameters = Sequence({modulus, modulus, modulus});
   return in;
@@ -191,10 +147,6 @@ Octets EntryOf(const Octets& serial, const Octets& issuer) {
 }
 const Octets kIndirect = Hex("30038401FF");
 
-Inputs ListEntries(size_t count) {
-  return WithList(
-      List(CertificateParts().issuer, Repeat(Join({Hex("3012 020101"), kDate}), count), {}), {});
-}
 Inputs ListReadOneByOne(size_t count) {  // none of the usual forms
   const Octets entry = Sequence({Hex("020101"), kDate, Hex("3007 3005 06012A 0400")});
   return WithList(List(CertificateParts().issuer, Repeat(entry, count), {}), {});
@@ -246,69 +198,72 @@ Inputs OfText(const std::string& text) {
   in.pem = in.pem_list = OctetsOf("-----BEGIN X509 CRL-----\n" + text + "\n-----END X509 CRL-----");
   return in;
 }
-Inputs RepeatText(std::string_view part, size_t count) {
-  std::string text;
-  for (size_t i = 0; i < count; ++i) text += part;
-  return OfText(text);
-}
 
-Inputs Components(size_t count) { return RepeatText("cn=a,", count); }
-Inputs MultiValued(size_t count) { return RepeatText("c=KR+c=KR+c=KR+c=KR,", count); }
-Inputs Commas(size_t count) { return RepeatText(",", count); }
-Inputs Backslashes(size_t count) { return RepeatText("\\", count); }
-Inputs Base64(size_t count) { return RepeatText("MAAA", count); }
-Inputs Blanks(size_t count) { return RepeatText(" ", count); }
-Inputs Arcs(size_t count) { return RepeatText("1.", count); }
-Inputs Nines(size_t count) { return RepeatText("9", count); }
-Inputs Hangul(size_t count) { return RepeatText("\xEA\xB0\x80", count); }
-Inputs LocalHangul(size_t count) { return RepeatText("\xB0\xA1", count); }
-
-constexpr Shape kShapes[] = {
-    {"RDNs", Rdns},
-    {"empty RDNs", EmptyRdns},
-    {"attributes of an RDN", Attributes},
-    {"RDNs to convert", HangulRdns},
-    {"RDNs in BMPString", BmpRdns},
-    {"a long value", LongValue},
+const Shape kShapes[] = {
+    {"RDNs", [](size_t n) { return OfName(Repeat(Der(0x31, kSmallAttribute), n)); }},
+    {"empty RDNs", [](size_t n) { return OfName(Repeat(Hex("3100"), n)); }},
+    {"attributes of an RDN",
+     [](size_t n) { return OfName(Der(0x31, Repeat(kSmallAttribute, n))); }},
+    {"RDNs to convert",
+     [](size_t n) { return OfName(Repeat(Der(0x31, Attribute(Hex("EAB080"))), n)); }},
+    {"RDNs in BMPString",
+     [](size_t n) { return OfName(Repeat(Hex("310B 3009 0603550403 1E02AC00"), n)); }},
+    {"a long value",
+     [](size_t n) { return OfName(Der(0x31, Attribute(Repeat(Hex("EAB080"), n)))); }},
     {"sets in another order", Sets},
-    {"extensions", TinyExtensions},
-    {"subjectAltNames", AltNameExtensions},
-    {"extKeyUsages", PurposeExtensions},
-    {"certificatePolicies", PolicyExtensions},
-    {"cRLDistributionPoints", PointExtensions},
-    {"malformed extensions", UnreadableExtensions},
-    {"names", Names},
-    {"empty names", EmptyNames},
-    {"names without text", SilentNames},
-    {"policies", Policies},
+    {"extensions", [](size_t n) { return OfExtensions(n, Hex("3005 06012A 0400")); }},
+    {"subjectAltNames",
+     [](size_t n) { return OfExtensions(n, Extension("2.5.29.17", Hex("3003820161"))); }},
+    {"extKeyUsages",
+     [](size_t n) { return OfExtensions(n, Extension("2.5.29.37", Hex("300306012A"))); }},
+    {"certificatePolicies",
+     [](size_t n) { return OfExtensions(n, Extension("2.5.29.32", Hex("3005300306012A"))); }},
+    {"cRLDistributionPoints",
+     [](size_t n) { return OfExtensions(n, Extension("2.5.29.31", Hex("3000"))); }},
+    {"malformed extensions",
+     [](size_t n) { return OfExtensions(n, Extension("2.5.29.19", Hex("0500"))); }},
+    {"names", [](size_t n) { return OfExtension("2.5.29.17", n, Hex("820161")); }},
+    {"empty names", [](size_t n) { return OfExtension("2.5.29.17", n, Hex("8200")); }},
+    {"names without text", [](size_t n) { return OfExtension("2.5.29.17", n, Hex("88012A")); }},
+    {"policies", [](size_t n) { return OfExtension("2.5.29.32", n, Hex("300306012A")); }},
     {"qualifiers", Qualifiers},
     {"notices", Notices},
-    {"purposes", Purposes},
-    {"purposes without text", TextlessPurposes},
-    {"distribution points", Points},
+    {"purposes", [](size_t n) { return OfExtension("2.5.29.37", n, Hex("06012A")); }},
+    {"purposes without text", [](size_t n) { return OfExtension("2.5.29.37", n, kTextlessOid); }},
+    {"distribution points", [](size_t n) { return OfExtension("2.5.29.31", n, Hex("3000")); }},
     {"names of a point", PointNames},
-    {"access descriptions", Accesses},
+    {"access descriptions",
+     [](size_t n) {
+       return OfExtension("1.3.6.1.5.5.7.1.1", n,
+                          Sequence({Oid("1.3.6.1.5.5.7.48.1"), Hex("88012A")}));
+     }},
     {"user information", UserInfo},
     {"nested sequences", Nested},
     {"a long identifier", LongOid},
     {"a long extension's identifier", LongExtensionId},
-    {"a long serial number", LongInteger},
+    {"a long serial number",
+     [](size_t n) { return WithCertificate({.serial = Octets(n + 1, 0x41)}); }},
     {"a long key", LongKey},
-    {"list entries", ListEntries},
+    {"list entries",
+     [](size_t n) {
+       return WithList(
+           List(CertificateParts().issuer, Repeat(Join({Hex("3012 020101"), kDate}), n), {}), {});
+     }},
     {"list entries in full", ListReadOneByOne},
     {"list entries of many issuers", ListIssuers},
     {"list entries of long issuers", ListLongIssuers},
     {"points against a list's", ListPoints},
-    {"components", Components},
-    {"components of attributes", MultiValued},
-    {"commas", Commas},
-    {"backslashes", Backslashes},
-    {"base64", Base64},
-    {"blanks", Blanks},
-    {"arcs", Arcs},
-    {"digits", Nines},
-    {"UTF-8", Hangul},
-    {"EUC-KR", LocalHangul},
+    {"components", [](size_t n) { return OfText(Repeat(n, "cn=a,")); }},
+    {"components of attributes",
+     [](size_t n) { return OfText(Repeat(n, "c=KR+c=KR+c=KR+c=KR,")); }},
+    {"commas", [](size_t n) { return OfText(Repeat(n, ",")); }},
+    {"backslashes", [](size_t n) { return OfText(Repeat(n, "\\")); }},
+    {"base64", [](size_t n) { return OfText(Repeat(n, "MAAA")); }},
+    {"blanks", [](size_t n) { return OfText(Repeat(n, " ")); }},
+    {"arcs", [](size_t n) { return OfText(Repeat(n, "1.")); }},
+    {"digits", [](size_t n) { return OfText(Repeat(n, "9")); }},
+    {"UTF-8", [](size_t n) { return OfText(Repeat(n, "\xEA\xB0\x80")); }},
+    {"EUC-KR", [](size_t n) { return OfText(Repeat(n, "\xB0\xA1")); }},
 };
 
 size_t SizeOf(const Inputs& in) {
