@@ -47,6 +47,11 @@ struct Inputs {
   std::string path = {};
 };
 
+struct View : BIN {
+  explicit View(const Octets& octets)
+      : BIN{static_cast<int32_t>(octets.size()), const_cast<uint8_t*>(octets.data())} {}
+};
+
 // Inputs, decoded as far as they decode. Read only: any number of threads may use one.
 class Sample {
  public:
@@ -58,20 +63,20 @@ class Sample {
   const CVD_ExtensionNode* Node(int32_t oid) const;
 
   const Inputs in;
-  const BIN der;
-  const BIN list;
-  const BIN pem;
-  const BIN subject_key_id;
-  const BIN authority_key_id;
-  const BIN identity_data;
-  const BIN string;
-  const BIN rsa_key;
-  const BIN kcdsa_parameters;
-  const BIN value;
-  const BIN vid;
-  const BIN pem_list;
-  const BIN private_key;
-  const BIN encrypted_key;
+  const View der{in.certificate};
+  const View list{in.list};
+  const View pem{in.pem};
+  const View subject_key_id{in.subject_key_id};
+  const View authority_key_id{in.authority_key_id};
+  const View identity_data{in.identity_data};
+  const View string{in.string};
+  const View rsa_key{in.rsa_key};
+  const View kcdsa_parameters{in.kcdsa_parameters};
+  const View value{in.value};
+  const View vid{in.vid};
+  const View pem_list{in.pem_list};
+  const View private_key{in.private_key};
+  const View encrypted_key{in.encrypted_key};
   CVD_Certificate* const certificate;
   CVD_Certificate* const issuer;
   const CVD_ExtensionNode* extensions = nullptr;

@@ -222,7 +222,6 @@ TEST(PrivateKey, RefusesWhatItCannotTakeAndSaysWhy) {
       {"RsaPublicKey", kOther, Read("public1.der")},
       {"Request", kOther, Read("request.der")},
       {"CertificatePem", kOther, Read("certificate.pem")},
-      {"List", kOther, Hex("3007 3000 3000 030100")},
       {"KeyAfterCertificate", 0, Join({Read("certificate.pem"), Read("rsa.pem")})},
       {"TextAround", 0, Join({Octets(9000, '-'), Read("rsa1.pem"), Hex("FF00")})},
       {"FirstOfTwo", kPassphrase, Join({Read("pbes2.pem"), Read("rsa.pem")})},
