@@ -1,11 +1,8 @@
 // Real certificates: what decodes encodes back to the same octets, the record is made of all but
 // known exceptions, and nothing malformed does harm.
 #include <gtest/gtest.h>
-#include <openssl/x509.h>
 
-#include <memory>
-
-#include "support/spoiled.h"
+#include "support/signing.h"
 
 namespace corvid::test {
 namespace {
@@ -76,9 +73,7 @@ void CheckSample(const Sample& sample) {
                                               static_cast<uint32_t>(sample.der.size()), 1, &info);
   ASSERT_EQ(status, ExpectedStatus(sample, *certificate.get()));
   if (status != 0) return;
-  const uint8_t* at = sample.der.data();
-  const auto size = static_cast<long>(sample.der.size());
-  const std::unique_ptr<X509, decltype(&X509_free)> theirs(d2i_X509(nullptr, &at, size), X509_free);
+  const auto theirs = ReadByOpenssl(sample.der);
   ASSERT_NE(theirs, nullptr);
   const ASN1_INTEGER* number = X509_get0_serialNumber(theirs.get());
   const uint8_t* serial = ASN1_STRING_get0_data(number);

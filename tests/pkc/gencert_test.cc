@@ -10,7 +10,7 @@
 
 #include <sstream>
 
-#include "support/support.h"
+#include "support/signing.h"
 
 namespace corvid::test {
 namespace {
@@ -22,10 +22,8 @@ constexpr int64_t kNotAfter = 2524607999;   // 2049-12-31 23:59:59 UTC
 class Key {
  public:
   explicit Key(EVP_PKEY* made) : made_(made) {
-    uint8_t* der = nullptr;
-    const BIN encoding{i2d_PrivateKey(made_, &der), der};
-    EXPECT_EQ(CVD_CSP_LoadPrivateKey(&key, &encoding, nullptr), 0u);
-    OPENSSL_free(der);
+    const Input encoding(EncodedBy(i2d_PrivateKey, made_));
+    EXPECT_EQ(CVD_CSP_LoadPrivateKey(&key, encoding.bin(), nullptr), 0u);
     EXPECT_EQ(CVD_CSP_GetPublicKey(key, &algorithm, &parameters, &octets), 0u);
   }
   Key(const Key&) = delete;
@@ -94,11 +92,8 @@ std::string ExtensionsOf(const CVD_Certificate& certificate) {
 }
 
 bool OpensslVerifies(const Octets& der, EVP_PKEY* issuer) {
-  const uint8_t* at = der.data();
-  X509* certificate = d2i_X509(nullptr, &at, static_cast<long>(der.size()));
-  const bool good = certificate != nullptr && X509_verify(certificate, issuer) == 1;
-  X509_free(certificate);
-  return good;
+  const auto certificate = ReadByOpenssl(der);
+  return certificate != nullptr && X509_verify(certificate.get(), issuer) == 1;
 }
 
 TEST(Issuing, EveryAlgorithmVerifiesHereAndInOpenssl) {

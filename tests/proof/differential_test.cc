@@ -3,13 +3,10 @@
 // looked for in the variant itself; on a variant that both take they must agree. So must they on
 // the certificates of the corpus, and take all of them.
 #include <gtest/gtest.h>
-#include <openssl/err.h>
-#include <openssl/x509.h>
 
 #include <map>
-#include <memory>
 
-#include "support/spoiled.h"
+#include "support/signing.h"
 
 namespace corvid::test {
 namespace {
@@ -91,39 +88,17 @@ void MakePlain(Element* element, bool in_name) {
   for (Element& part : element->parts) MakePlain(&part, in_name || part.identifier[0] == 0x31);
 }
 
-struct Theirs {
-  explicit Theirs(const Octets& der) {
-    const uint8_t* at = der.data();
-    certificate = d2i_X509(nullptr, &at, static_cast<long>(der.size()));
-    taken = certificate != nullptr && at == der.data() + der.size();
-    ERR_clear_error();
-  }
-  Theirs(const Theirs&) = delete;
-  Theirs& operator=(const Theirs&) = delete;
-  ~Theirs() { X509_free(certificate); }
-  X509* certificate;
-  bool taken;
-};
-
 bool IsInsideAny(const Octets& der) {
   Element root = Parse(der);
   MakePlain(&root, false);
   const Octets plain = Encode(root);
-  return Certificate(plain).status == 0 && Theirs(plain).taken;
+  return Certificate(plain).status == 0 && ReadByOpenssl(plain) != nullptr;
 }
 
 // ---- what both must say --------------------------------------------------------------------
 
 std::string HexOf(const uint8_t* data, size_t length) { return ToHex({data, data + length}); }
 
-template <typename Encoder, typename Value>
-std::string HexOf(Encoder encoder, const Value* value) {
-  uint8_t* der = nullptr;
-  const int length = encoder(value, &der);
-  const std::string hex = HexOf(der, static_cast<size_t>(std::max(length, 0)));
-  OPENSSL_free(der);
-  return hex;
-}
 std::string HexOf(const ASN1_OBJECT* object) {
   return HexOf(OBJ_get0_data(object), OBJ_length(object));
 }
@@ -147,7 +122,7 @@ void AddName(const X509_NAME* name, Lines* lines) {
     if (X509_NAME_ENTRY_set(entry) != set) lines->push_back("RDN");
     set = X509_NAME_ENTRY_set(entry);
     lines->push_back(HexOf(X509_NAME_ENTRY_get_object(entry)) + " " +
-                     HexOf(i2d_ASN1_PRINTABLE, X509_NAME_ENTRY_get_data(entry)));
+                     ToHex(EncodedBy(i2d_ASN1_PRINTABLE, X509_NAME_ENTRY_get_data(entry))));
   }
 }
 
@@ -177,7 +152,7 @@ Lines Ours(const CVD_Certificate& certificate) {
 }
 
 Lines TheirLines(const X509* certificate) {
-  Lines lines = {HexOf(i2d_ASN1_INTEGER, X509_get0_serialNumber(certificate)),
+  Lines lines = {ToHex(EncodedBy(i2d_ASN1_INTEGER, X509_get0_serialNumber(certificate))),
                  std::to_string(Seconds(X509_get0_notBefore(certificate))),
                  std::to_string(Seconds(X509_get0_notAfter(certificate)))};
   AddName(X509_get_issuer_name(certificate), &lines);
@@ -213,23 +188,23 @@ void CompareKeys(const CVD_Certificate& ours, X509* theirs) {
 void Compare(const Octets& der, std::map<std::string, int>* classes) {
   SCOPED_TRACE(ToHex(der));
   const Certificate ours(der);
-  const Theirs theirs(der);
+  const auto theirs = ReadByOpenssl(der);
   if (ours.status != 0) {
-    if (!theirs.taken) return;
+    if (theirs == nullptr) return;
     const std::string name = ClassOfRefusal(der);
     EXPECT_NE(name, "") << "only OpenSSL takes it; here " << ours.status;
     ++(*classes)[name];
     return;
   }
   EXPECT_EQ(ours.Encode(), der);
-  if (!theirs.taken) {
+  if (theirs == nullptr) {
     EXPECT_TRUE(IsInsideAny(der)) << "OpenSSL does not take it";
     ++(*classes)["OpenSSL looks into an ANY"];
     return;
   }
   ++(*classes)[kBoth];
-  EXPECT_EQ(Ours(*ours.get()), TheirLines(theirs.certificate));
-  CompareKeys(*ours.get(), theirs.certificate);
+  EXPECT_EQ(Ours(*ours.get()), TheirLines(theirs.get()));
+  CompareKeys(*ours.get(), theirs.get());
 }
 
 TEST(Differential, EveryDisagreementWithOpensslIsKnown) {

@@ -21,21 +21,12 @@ namespace {
 const Octets kHangul = Hex("ED998DEAB8B8EB8F99");  // in UTF-8
 const Octets kText = Der(0x0C, kHangul);
 
-template <typename Encoder, typename Key>
-Octets Encoded(Encoder encoder, const Key* key) {
-  uint8_t* der = nullptr;
-  const int length = encoder(key, &der);
-  const Octets octets(der, der + length);
-  OPENSSL_free(der);
-  return octets;
-}
-
 // A PKCS #8 key, and the same encrypted.
 void AddPrivateKey(EVP_PKEY* key, Inputs* in) {
   PKCS8_PRIV_KEY_INFO* info = EVP_PKEY2PKCS8(key);
-  in->private_key = Encoded(i2d_PKCS8_PRIV_KEY_INFO, info);
+  in->private_key = EncodedBy(i2d_PKCS8_PRIV_KEY_INFO, info);
   X509_SIG* encrypted = PKCS8_encrypt(-1, EVP_aes_128_cbc(), "secret", 6, nullptr, 0, 1, info);
-  in->encrypted_key = Encoded(i2d_X509_SIG, encrypted);
+  in->encrypted_key = EncodedBy(i2d_X509_SIG, encrypted);
   X509_SIG_free(encrypted);
   PKCS8_PRIV_KEY_INFO_free(info);
 }
@@ -45,7 +36,7 @@ void AddDsaKey(const Octets& group, Inputs* in) {
   const uint8_t* at = group.data();
   DSA* key = d2i_DSAparams(nullptr, &at, static_cast<long>(group.size()));
   EXPECT_EQ(DSA_generate_key(key), 1);
-  in->private_key = Encoded(i2d_DSAPrivateKey, key);
+  in->private_key = EncodedBy(i2d_DSAPrivateKey, key);
   BIO* pem = BIO_new(BIO_s_mem());
   char secret[] = "secret";
   EXPECT_EQ(PEM_write_bio_DSAPrivateKey(pem, key, EVP_aes_128_cbc(), nullptr, 0, nullptr, secret),

@@ -100,9 +100,7 @@ struct RsaKey {
     BN_set_word(e, exponent);
     EXPECT_EQ(RSA_generate_key_ex(rsa.get(), bits, e, nullptr), 1);
     BN_free(e);
-    der.resize(static_cast<size_t>(i2d_RSAPublicKey(rsa.get(), nullptr)));
-    uint8_t* out = der.data();
-    i2d_RSAPublicKey(rsa.get(), &out);
+    der = EncodedBy(i2d_RSAPublicKey, rsa.get());
   }
   Octets Sign(int nid, int32_t hashID) const {
     const Octets digest = Digest(hashID);

@@ -1,12 +1,14 @@
-// What OpenSSL signs for tests.
+// What OpenSSL signs, encodes and reads for tests.
 #ifndef CORVID_TESTS_SUPPORT_SIGNING_H_
 #define CORVID_TESTS_SUPPORT_SIGNING_H_
 
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "support/spoiled.h"
@@ -36,11 +38,25 @@ inline Octets SignedBy(EVP_PKEY* key, const Octets& der) {
 using Pkey = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
 inline Pkey NewRsaKey(unsigned bits) { return {EVP_RSA_gen(bits), EVP_PKEY_free}; }
 
-inline Octets PublicKeyInfo(EVP_PKEY* key) {
-  Octets der(static_cast<size_t>(i2d_PUBKEY(key, nullptr)));
-  uint8_t* out = der.data();
-  i2d_PUBKEY(key, &out);
-  return der;
+// What one of OpenSSL's encoders makes.
+template <typename Encoder, typename Value>
+Octets EncodedBy(Encoder encoder, const Value* value) {
+  uint8_t* der = nullptr;
+  const int length = encoder(value, &der);
+  const Octets octets(der, der + std::max(length, 0));
+  OPENSSL_free(der);
+  return octets;
+}
+inline Octets PublicKeyInfo(const EVP_PKEY* key) { return EncodedBy(i2d_PUBKEY, key); }
+
+// OpenSSL's certificate; null when it does not take all of the octets.
+inline std::unique_ptr<X509, decltype(&X509_free)> ReadByOpenssl(const Octets& der) {
+  const uint8_t* at = der.data();
+  X509* certificate = d2i_X509(nullptr, &at, static_cast<long>(der.size()));
+  ERR_clear_error();
+  if (at == der.data() + der.size()) return {certificate, X509_free};
+  X509_free(certificate);
+  return {nullptr, X509_free};
 }
 
 // DSA parameters whose q has 150 bits, of which a digest has more: it is cut within an octet.
