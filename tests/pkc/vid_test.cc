@@ -3,6 +3,7 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
+#include <tuple>
 
 #include "pkc/extension_list.h"
 
@@ -29,6 +30,9 @@ struct Identity {
   uint32_t size = sizeof name;
   int32_t hash = -7;
   Output vid;
+  uint32_t Decode(const Octets& der) {
+    return CVD_PKC_IdentityData_Decode(name, &size, &hash, &vid, Input(der).bin());
+  }
 };
 
 TEST(Vid, ComputedVerifiedEncodedAndReadBack) {
@@ -57,10 +61,7 @@ TEST(Vid, ComputedVerifiedEncodedAndReadBack) {
     EXPECT_EQ(CVD_PKC_SubAltName_Encode(&der, name.c_str(), length, hash, vid.bin()), 0U);
     EXPECT_EQ(der.octets(), Field(row, "general_names_der"));
     Identity identity;
-    const Input data(Field(row, "identity_data_der"));
-    EXPECT_EQ(CVD_PKC_IdentityData_Decode(identity.name, &identity.size, &identity.hash,
-                                          &identity.vid, data.bin()),
-              0U);
+    EXPECT_EQ(identity.Decode(Field(row, "identity_data_der")), 0U);
     EXPECT_EQ(std::string(identity.name, identity.size), name);
     EXPECT_EQ(identity.hash, hash);
     EXPECT_EQ(identity.vid.octets(), Field(row, "vid"));
@@ -88,21 +89,17 @@ TEST(Vid, Refused) {
 TEST(Vid, NamesAreStoredAsWholeCharacters) {
   const Options options("ja_JP-SJIS");
   const Input vid("0102");
-  const struct {
-    const char* name;
-    uint32_t length;
-    const char* stored;
-  } rows[] = {
+  const std::tuple<const char*, uint32_t, const char*> rows[] = {
       {"unread", 0, ""},
       {"ab", 99, "ab"},
       {"\xB1", 1, ""},  // three octets of UTF-8, of which the size rule leaves one
       {"a\xB1\xB2", 3, "a\xEF\xBD\xB1"},
       {"a\xB1\xB2", 99, "a\xEF\xBD\xB1\xEF\xBD\xB2"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, length, text] : rows) {
     Output der;
-    EXPECT_EQ(CVD_PKC_SubAltName_Encode(&der, row.name, row.length, 3, vid.bin()), 0U);
-    const std::string stored = ToHex(Der(0x0C, row.stored)) + "30";
+    EXPECT_EQ(CVD_PKC_SubAltName_Encode(&der, name, length, 3, vid.bin()), 0U);
+    const std::string stored = ToHex(Der(0x0C, text)) + "30";
     EXPECT_NE(ToHex(der.octets()).find(stored), std::string::npos) << stored;
   }
   const Options utf8("ko_KR-UTF-8");
@@ -126,26 +123,19 @@ TEST(Vid, IdentityDataVectors) {
     const bool found = row.at("expect") == "ok";
     Identity identity;
     CVD_Trace_Clear();
-    const Input data(Field(row, "identity_data_der"));
-    EXPECT_EQ(CVD_PKC_IdentityData_Decode(identity.name, &identity.size, &identity.hash,
-                                          &identity.vid, data.bin()),
-              status);
+    EXPECT_EQ(identity.Decode(Field(row, "identity_data_der")), status);
     EXPECT_STREQ(identity.name, "홍길동");
     EXPECT_EQ(identity.vid.octets(), found ? Field(Vectors("compute").at(1), "vid") : Octets{});
     EXPECT_TRUE(status != 0 || identity.hash == (found ? 6 : -7)) << identity.hash;
     EXPECT_EQ(TakeTrace(), DecodingTrace(status));
     identity.size = 0;
-    EXPECT_EQ(CVD_PKC_IdentityData_Decode(identity.name, &identity.size, &identity.hash,
-                                          &identity.vid, data.bin()),
-              36001u);
+    EXPECT_EQ(identity.Decode(Field(row, "identity_data_der")), 36001u);
     EXPECT_EQ(TakeTrace(), "CVD_PKC_IdentityData_Decode 36001\n");
   }
   std::string no_oid = ToHex(Field(Vectors("decode").at(0), "identity_data_der"));
   no_oid.replace(no_oid.find("0609"), 2, "0D");
   Identity identity;
-  EXPECT_EQ(CVD_PKC_IdentityData_Decode(identity.name, &identity.size, &identity.hash,
-                                        &identity.vid, Input(Hex(no_oid)).bin()),
-            36033u);
+  EXPECT_EQ(identity.Decode(Hex(no_oid)), 36033u);
 }
 
 TEST(Vid, LookUpInACertificate) {

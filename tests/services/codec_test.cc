@@ -72,12 +72,7 @@ TEST(CodeSet, ConvertsBothWays) {
 }
 
 TEST(CodeSet, RefusesAndLeavesTheEmptyTextAndNoState) {
-  const struct {
-    const char* from;
-    const char* to;
-    const char* input;
-    uint32_t status;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*, uint32_t> rows[] = {
       {"ko_KR-UTF-8", "ko_KR-euc", "a\xEA\xB9", kTruncated},
       {"ko_KR-UTF-8", "ko_KR-euc", "😀", kUnmappable},
       {"ko_KR-UTF-8", "ko_KR-euc", "\xEF\xBB\xBF.", kUnmappable},      // byte order mark
@@ -97,12 +92,12 @@ TEST(CodeSet, RefusesAndLeavesTheEmptyTextAndNoState) {
       {"ko_KR-UTF-8", "ja_JP-UTF-8", "\xF4\x7F\x80\x80", kUnmappable},
       {"ko_KR-EUC", "ko_KR-UTF-8", "A", CVD_CODEC_ERR_CODE_SET},
   };
-  for (const auto& row : rows) {
+  for (const auto& [from, to, input, status] : rows) {
     std::string out;
-    EXPECT_EQ(Convert(row.from, row.to, row.input, &out), row.status) << row.to << row.input;
-    EXPECT_EQ(out, "") << row.input;
-    EXPECT_EQ(Convert("ko_KR-euc", "ko_KR-UTF-8", "\xB0\xA1", &out), 0u) << row.input;
-    EXPECT_EQ(out, "가") << row.input;
+    EXPECT_EQ(Convert(from, to, input, &out), status) << to << input;
+    EXPECT_EQ(out, "") << input;
+    EXPECT_EQ(Convert("ko_KR-euc", "ko_KR-UTF-8", "\xB0\xA1", &out), 0u) << input;
+    EXPECT_EQ(out, "가") << input;
   }
 }
 

@@ -267,12 +267,7 @@ TEST(CrlLookUp, LeavesOutWhatTheListDoesNotCover) {
   const Octets below_issuer =
       Name({{"2.5.4.3", Der(0x0C, "Issuer")}, {"2.5.4.3", Der(0x0C, "Point")}});
   const Octets below = FullName(Der(0xA4, below_issuer));
-  const struct {
-    const char* name;
-    Octets idp;
-    std::vector<Octets> extensions;
-    uint32_t answer;
-  } rows[] = {
+  const std::tuple<const char*, Octets, std::vector<Octets>, uint32_t> rows[] = {
       {"UsersCa", users, {ca}, kScope},
       {"UsersUser", users, {}, 1},
       {"UsersNoCa", users, {constraints("3003020101")}, 1},
@@ -299,23 +294,23 @@ TEST(CrlLookUp, LeavesOutWhatTheListDoesNotCover) {
       {"FullToRelative", below, {Points({Relative("Point")})}, 1},
       {"RelativeAlone", directory, {Points({Relative("Point")})}, kScope},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const Loaded list(MakeList({.entries = {Entry("0102")}, .extensions = {Idp(row.idp)}}));
+  for (const auto& [name, idp, extensions, answer] : rows) {
+    SCOPED_TRACE(name);
+    const Loaded list(MakeList({.entries = {Entry("0102")}, .extensions = {Idp(idp)}}));
     ASSERT_EQ(list.status, 0u);
-    const Certificate certificate(MakeCertificate({.extensions = row.extensions}));
+    const Certificate certificate(MakeCertificate({.extensions = extensions}));
     g_taken = 0;
-    EXPECT_EQ(CVD_IsCertRevoked(nullptr, list.crl, certificate.get()), row.answer);
+    EXPECT_EQ(CVD_IsCertRevoked(nullptr, list.crl, certificate.get()), answer);
     EXPECT_EQ(g_taken, 0) << "allocated";
-    if (row.answer != 1) continue;
-    for (size_t i = 0; i < row.extensions.size(); ++i) {
-      for (const Octets& variant : Spoiled(row.extensions[i])) {
-        std::vector<Octets> extensions = row.extensions;
-        extensions[i] = variant;
-        const Certificate spoiled(MakeCertificate({.extensions = extensions}));
+    if (answer != 1) continue;
+    for (size_t i = 0; i < extensions.size(); ++i) {
+      for (const Octets& variant : Spoiled(extensions[i])) {
+        std::vector<Octets> others = extensions;
+        others[i] = variant;
+        const Certificate spoiled(MakeCertificate({.extensions = others}));
         if (spoiled.status != 0) continue;
-        const uint32_t answer = CVD_IsCertRevoked(nullptr, list.crl, spoiled.get());
-        EXPECT_TRUE(answer == 1 || answer == kScope) << answer << ToHex(variant);
+        const uint32_t told = CVD_IsCertRevoked(nullptr, list.crl, spoiled.get());
+        EXPECT_TRUE(told == 1 || told == kScope) << told << ToHex(variant);
       }
     }
   }
@@ -336,12 +331,7 @@ TEST(CrlSignature, VerifiesWithTheIssuersKeyAlone) {
   const Octets other = PublicKeyInfo(other_key.get());
   const Octets may_sign = Extension("2.5.29.15", Hex("03020102"));
   const Octets may_not = Extension("2.5.29.15", Hex("03020204"));
-  const struct {
-    const char* name;
-    Octets list;
-    CertificateParts issuer;
-    uint32_t status;
-  } rows[] = {
+  const std::tuple<const char*, Octets, CertificateParts, uint32_t> rows[] = {
       {"Good", list, {.subject = own, .spki = spki}, 0},
       {"MaySign", list, {.subject = own, .spki = spki, .extensions = {may_sign}}, 0},
       {"MayNot", list, {.subject = own, .spki = spki, .extensions = {may_not}}, kSignature},
@@ -351,11 +341,11 @@ TEST(CrlSignature, VerifiesWithTheIssuersKeyAlone) {
       {"TwoAlgorithms", MakeList({.inner = "1.2.3"}), {.subject = own}, kAlgorithm},
       {"Unknown", MakeList({.inner = "1.2.3", .outer = "1.2.3"}), {.subject = own}, kAlgorithm},
   };
-  for (const auto& row : rows) {
-    const Loaded loaded(row.list);
-    const Certificate issuer(MakeCertificate(row.issuer));
-    ASSERT_EQ(loaded.status, 0u) << row.name;
-    EXPECT_EQ(CVD_CRL_VerifySignature(loaded.crl, issuer.get()), row.status) << row.name;
+  for (const auto& [name, der, parts, status] : rows) {
+    const Loaded loaded(der);
+    const Certificate issuer(MakeCertificate(parts));
+    ASSERT_EQ(loaded.status, 0u) << name;
+    EXPECT_EQ(CVD_CRL_VerifySignature(loaded.crl, issuer.get()), status) << name;
   }
 }
 

@@ -3,17 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/support.h"
 
 namespace corvid::test {
 namespace {
 
 TEST(Hash, GivesThePublishedDigests) {
-  const struct {
-    int32_t hashID;
-    const char* message;
-    const char* digest;
-  } rows[] = {
+  const std::tuple<int32_t, const char*, const char*> rows[] = {
       // RFC 1319 and 1321, FIPS 180-4 examples, TTAS.KO-12.0011
       {CVD_HASH_MD2, "abc", "da853b0d3f88d99b30283a69e6ded6bb"},
       {CVD_HASH_MD5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
@@ -30,20 +28,20 @@ TEST(Hash, GivesThePublishedDigests) {
        "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
        "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f"},
   };
-  for (const auto& row : rows) {
-    const Input message(OctetsOf(std::string_view(row.message)));
+  for (const auto& [hashID, text, hex] : rows) {
+    const Input message(OctetsOf(std::string_view(text)));
     Output digest;
-    EXPECT_EQ(CVD_CSP_Hash(&digest, message.bin(), row.hashID), 0u) << row.hashID;
-    EXPECT_EQ(ToHex(digest.octets()), row.digest);
+    EXPECT_EQ(CVD_CSP_Hash(&digest, message.bin(), hashID), 0u) << hashID;
+    EXPECT_EQ(ToHex(digest.octets()), hex);
 
     // The same in the caller's memory, and in one octet less.
     Octets area(digest.octets().size());
     auto count = static_cast<uint32_t>(area.size()) - 1;
-    EXPECT_EQ(CVD_CSP_HashInto(area.data(), &count, message.bin(), row.hashID),
+    EXPECT_EQ(CVD_CSP_HashInto(area.data(), &count, message.bin(), hashID),
               uint32_t{CVD_CSP_ERR_INVALID_INPUT});
     EXPECT_EQ(area, Octets(area.size()));
     ++count;
-    EXPECT_EQ(CVD_CSP_HashInto(area.data(), &count, message.bin(), row.hashID), 0u);
+    EXPECT_EQ(CVD_CSP_HashInto(area.data(), &count, message.bin(), hashID), 0u);
     EXPECT_EQ(area, digest.octets());
   }
   BIN digest{9, nullptr};
