@@ -173,7 +173,8 @@ TEST(CommandUsage, AReaderThatLeavesIsNoNews) {
   const TemporaryFolder folder;
   const std::string path = folder.Path("pipe");
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-  std::thread reader([&path] { close(open(path.c_str(), O_RDONLY)); });
+  // Not inherited by the command, which would wait for itself.
+  std::thread reader([&path] { close(open(path.c_str(), O_RDONLY | O_CLOEXEC)); });
   const Result result = RunCommand({"show", "-"}, Repeat(200, Pem(kOne)), path);
   reader.join();
   EXPECT_EQ(result.exit, 4);
