@@ -280,33 +280,28 @@ const Fault kListFaults[] = {
     {"DeltaBesideGood", {With(List{}), OfList(2, &List::extensions, kDelta)}, "0 revocation 0"},
     {"DeltaOfAnother", {With(List{"Other", kOther}), OfList(2, &List::extensions, kDelta)}, ""},
     {"CaCertificatesOnly", {OfList(0, &List::extensions, kCaListOnly)}, "0 revocation 33021"},
-    // The CA's list is signed by another certificate of that name.
-    {"OwnSigner",
-     {OfList(0, &List::signer, kOther), With(MakeCa("CA", kOther, "Root", kRoot))},
-     ""},
-    {"SignerRevoked",
-     {OfList(0, &List::signer, kOther), OfList(1, &List::revoked, "0A"),
-      With(MakeCa("CA", kOther, "Root", kRoot)), Part(3, &Parts::serial, Hex("0A"))},
+};
+
+// The CA's list is signed by another certificate of that name, which is the first of those added.
+const Fault kSignerFaults[] = {
+    {"Own", {With(MakeCa("CA", kOther, "Root", kRoot))}, ""},
+    {"Revoked",
+     {OfList(1, &List::revoked, "0A"), With(MakeCa("CA", kOther, "Root", kRoot)),
+      Part(3, &Parts::serial, Hex("0A"))},
      "0 revocation 33031"},
-    {"SignerUntrusted",
-     {OfList(0, &List::signer, kOther), With(MakeCa("CA", kOther, "CA", kOther))},
+    {"Untrusted", {With(MakeCa("CA", kOther, "CA", kOther))}, "0 revocation 33031"},
+    {"OfOtherAnchor",
+     {With(List{"Other", kLeaf}), With(MakeCa("CA", kOther, "Other", kLeaf)),
+      With(MakeCa("Other", kLeaf, "Other", kLeaf)), Of(4, &Link::trusted, true)},
      "0 revocation 33031"},
-    {"SignerOfOtherAnchor",
-     {OfList(0, &List::signer, kOther), With(List{"Other", kLeaf}),
-      With(MakeCa("CA", kOther, "Other", kLeaf)), With(MakeCa("Other", kLeaf, "Other", kLeaf)),
-      Of(4, &Link::trusted, true)},
+    {"NamesakeOfAnotherCa",
+     {With(List{"Second", kLeaf}), With(MakeCa("CA", kOther, "Second", kLeaf)),
+      With(MakeCa("Second", kLeaf, "Root", kRoot))},
      "0 revocation 33031"},
-    {"SignerIsNamesakeOfAnotherCa",
-     {OfList(0, &List::signer, kOther), With(List{"Second", kLeaf}),
-      With(MakeCa("Second", kLeaf, "Root", kRoot)), With(MakeCa("CA", kOther, "Second", kLeaf))},
+    {"WithoutKeyUsage",
+     {With(MakeCa("CA", kOther, "Root", kRoot)), Extensions(3, {kIsCa})},
      "0 revocation 33031"},
-    {"SignerWithoutKeyUsage",
-     {OfList(0, &List::signer, kOther), With(MakeCa("CA", kOther, "Root", kRoot)),
-      Extensions(3, {kIsCa})},
-     "0 revocation 33031"},
-    {"SignerVouchesForItself",
-     {OfList(0, &List::signer, kOther), With(MakeCa("CA", kOther, "CA", kCa))},
-     "0 revocation 33031"},
+    {"VouchesForItself", {With(MakeCa("CA", kOther, "CA", kCa))}, "0 revocation 33031"},
 };
 
 void ExpectComplaints(const Fault& fault, bool check_status) {
@@ -320,6 +315,10 @@ void ExpectComplaints(const Fault& fault, bool check_status) {
 TEST(Verify, FaultsAreFoundAtTheirCertificate) {
   for (const Fault& fault : kChainFaults) ExpectComplaints(fault, false);
   for (const Fault& fault : kListFaults) ExpectComplaints(fault, true);
+  for (Fault fault : kSignerFaults) {
+    fault.changes.insert(fault.changes.begin(), OfList(0, &List::signer, kOther));
+    ExpectComplaints(fault, true);
+  }
 }
 
 // ---- hostile candidates --------------------------------------------------------------------
