@@ -25,8 +25,6 @@ const std::string kLongOid = "1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17.18.19";
 
 TEST(Policies, Rendered) {
   const Octets empty = Sequence({Oid("1.2.48"), Hex("3000")});  // policyQualifiers of no element
-  Octets eleven;
-  for (int i = 0; i < 11; ++i) eleven = Join({eleven, Policy("1.2")});
   const Octets long_text = Notice(Der(0x1A, kLongUri));
   const auto one = [](const Octets& qualifiers) { return Policy("1.2", qualifiers); };
   const struct {
@@ -45,7 +43,7 @@ TEST(Policies, Rendered) {
       {"ReferenceAndText", one(Notice("308103 0C0141 1E020042")), 1, "1.2||B"},
       {"Ia5TextIsNone", one(Notice("160174")), 1, "1.2||"},
       {"LongText", one(long_text), 1, "1.2||" + kLongUri.substr(0, 199)},
-      {"Eleven", eleven, 11, "1.2,1.2,1.2,1.2,1.2,1.2,1.2,1.2,1.2,1.2||"},
+      {"Eleven", Repeat(Policy("1.2"), 11), 11, "1.2,1.2,1.2,1.2,1.2,1.2,1.2,1.2,1.2,1.2||"},
       {"EmptyQualifiers", empty, 1, "1.2.48||"},
       {"EmptyAfterOthers", Join({one(Cps("c")), Policy("1.2.3.48.5"), empty}), 3,
        "1.2,1.2.3.48.5,1.2.48||"},
@@ -95,14 +93,13 @@ TEST(Policies, TextsAreAppendedToWithinTheirArrays) {
 }
 
 TEST(Policies, Encoded) {
-  std::string syllables;  // 3 octets of UTF-8 each, of which the record holds 1199
-  std::string stored;
-  for (int i = 0; i < 500; ++i) syllables += "\xB0\xA1";
-  for (int i = 0; i < 399; ++i) stored += "\xEA\xB0\x80";
+  const std::string syllables = Repeat(500, "\xB0\xA1");
+  // 3 octets of UTF-8 each, of which the record holds 1199.
+  const Octets stored = Notice(Der(0x0C, Repeat(399, "\xEA\xB0\x80")));
   const std::tuple<const char*, const char*, uint32_t, Octets> rows[] = {
       {nullptr, nullptr, 0, {}},
       {"u", nullptr, 0, Cps("u")},
-      {nullptr, syllables.c_str(), 1000, Notice(Der(0x0C, stored))},
+      {nullptr, syllables.c_str(), 1000, stored},
       {"u", "text", 3, Join({Cps("u"), Notice("0C03746578")})},
       {"", "", 0, Join({Cps(""), Notice("0C00")})},
   };

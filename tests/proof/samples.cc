@@ -148,10 +148,8 @@ Inputs RichInputs(bool large) {
   in.attribute = "cn = \xC8\xAB\xB1\xE6\xB5\xBF";
   in.base64 = "AQIDBA==";
   in.dotted = "1.2.410.200004.10";
-  for (int i = 0; i < 300; ++i) {
-    in.utf8.append(kHangul.begin(), kHangul.end());
-    in.local += "\xC8\xAB\xB1\xE6\xB5\xBF";
-  }
+  in.utf8 = Repeat(300, StringOf(kHangul));
+  in.local = Repeat(300, "\xC8\xAB\xB1\xE6\xB5\xBF");
   in.holder = "\xC8\xAB\xB1\xE6\xB5\xBF";
   in.path = CORVID_SOURCE_DIR "/examples/sample.der";
   return in;
