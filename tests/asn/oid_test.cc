@@ -67,6 +67,9 @@ TEST(ObjectIdentifier, RefusesWhatIsNoDottedText) {
                            "-1.2", " 1.2", "1.2 ", "1.2.18446744073709551616", "1,2"}) {
     EXPECT_EQ(Parsed(text), "1017") << text;
   }
+  const std::string longest = "1.2" + Repeat(65534, ".1");  // that a record can hold
+  EXPECT_EQ(Parsed(longest.c_str()), "2a" + Repeat(65534, "01"));
+  EXPECT_EQ(Parsed((longest + ".1").c_str()), "1017");
 }
 
 TEST(ObjectIdentifier, CatalogueIsFoundByNumber) {
@@ -97,6 +100,11 @@ TEST(Time, FieldsAndSecondsAgree) {
     CVD_TimeFields back;
     CVD_ASN_Time2UTC(&back, row.seconds);
     EXPECT_EQ(std::memcmp(&back, &utc, sizeof utc), 0) << row.seconds;
+  }
+  for (int64_t noon = -631108800; noon < 2524608000; noon += 86400) {  // 1950 to 2049
+    CVD_TimeFields fields;
+    CVD_ASN_Time2UTC(&fields, noon);
+    ASSERT_EQ(CVD_ASN_UTC2Time(&fields), noon);
   }
   const CVD_TimeFields last{9999, 12, 31, 23, 59, 59, {}};
   const CVD_TimeFields first{0, 1, 1, 0, 0, 0, {}};

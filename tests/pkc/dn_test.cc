@@ -5,6 +5,7 @@
 #include <tuple>
 #include <utility>
 
+#include "corvid/codec.h"
 #include "support/support.h"
 
 namespace corvid::test {
@@ -114,6 +115,10 @@ TEST(NameText, ValuesAreConvertedCutAndRefused) {
     const Options options(locale);
     EXPECT_EQ(RenderValue(type, value), text) << locale << ToHex(value);
   }
+  // Another set of the codec's is no matter for texts that are UTF-8.
+  const Options options("ko_KR-UTF-8");
+  ASSERT_EQ(CVD_Codec_SetLocalCodeSet("ko_KR-euc"), 0U);
+  EXPECT_EQ(RenderValue(CVD_OID_COMMON_NAME, Hex("1E02AC00")), "cn=\xEA\xB0\x80");
 }
 
 // ---- failures and sizes --------------------------------------------------------------------

@@ -171,6 +171,12 @@ TEST(Vid, LookUpInACertificate) {
     EXPECT_EQ(TakeTrace().ends_with("CVD_PKC_GetVIDInfo " + std::to_string(row.status) + "\n"),
               row.status != 0);
   }
+  const Certificate alone(MakeCertificate({.extensions = {Extension("2.5.29.17", name_alone)}}));
+  char name[] = "##";
+  char vid[] = "##";
+  char hash[] = "##";
+  EXPECT_EQ(CVD_GetVID(name, 2, vid, 1, hash, 1, alone.extensions()), 0U);
+  EXPECT_EQ(std::string(name) + vid + hash, "A");
 }
 
 }  // namespace

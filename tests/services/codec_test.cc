@@ -31,6 +31,7 @@ TEST(Base64, IsOneLineOutAndStrictIn) {  // RFC 4648 section 10
       for (size_t at = input.size() + 1; at > 0; --at) input.insert(at - 1, spaced);
       EXPECT_EQ(CVD_Base64ToBin(input.c_str(), &back), 0u) << input;
       EXPECT_EQ(back.octets(), OctetsOf(plain));
+      EXPECT_EQ(back.data == nullptr, plain.empty());
     }
   }
   for (const char* text : {"Z", "Zg", "Zg=", "Zg===", "Zm9v=", "====", "Z===", "Zg==Zm9v", "Zg=a",
@@ -119,7 +120,7 @@ TEST(LocalSet, ExchangesUtf16AndUtf8) {
       {"ja_JP-SJIS", u"¥", kUnmappable, "", ""},
       {"ko_KR-UTF-8", high + u"a", kUnmappable, "", ""},
       {"ko_KR-UTF-8", u"a" + high, kTruncated, "", ""},  // forgotten by the next
-      {"ja_JP-UTF-8", u"김\uFFFD¥😀", 0, "김\uFFFD¥😀", "김\uFFFD¥😀"},
+      {"ja_JP-UTF-8", u"\u0080김\uFFFD¥😀", 0, "\u0080김\uFFFD¥😀", "\u0080김\uFFFD¥😀"},
   };
   for (const auto& row : rows) {
     ASSERT_EQ(CVD_Codec_SetLocalCodeSet(row.set), 0u);

@@ -200,6 +200,7 @@ TEST(PrivateKey, RefusesWhatItCannotTakeAndSaysWhy) {
        Pkcs8("1.2.840.113549.1.1.1", Sequence({Hex("020100"), Integer(15)}), Hex("0500"))},
       {"RsaParameters", kBadKey, Pkcs8("1.2.840.113549.1.1.1", key, Hex("3000"))},
       {"EncryptedCut", kBadKey, cut("pbes2.der"), "pass word"},
+      {"EncryptedWithoutKey", kBadKey, Hex("3005 3000 040101")},
       {"PemBodyBroken", kBadKey, Join({pem("PRIVATE KEY", "@\n"), Read("rsa.pem")})},
       {"PemBodyMissing", kBadKey, pem("PRIVATE KEY", "\r\n")},
       {"PemHeaderAlone", kBadKey, pem("RSA PRIVATE KEY", "Comment: my key\nAAAA\n")},

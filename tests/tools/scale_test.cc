@@ -211,12 +211,12 @@ TEST(ManyCertificates, ListsOfPathsAreRead) {
   const TemporaryFolder folder;
   const std::string bundle = folder.Write("a", Bundle(1, false));
   folder.Write("b/\n x", Bundle(2, false));
-  const std::string lines = folder.Write("lines", bundle + "\n\n" + folder.Path("no"));
+  const std::string lines = folder.Write("lines", folder.Path("no") + "\n\n" + bundle);
   const std::string nulls = folder.Write("nulls", folder.Path("b/\n x") + std::string("\0", 1));
   const auto rows = [](const Arguments& more) {
     return RunCommand(Arguments{"show", "--fields", "certificate,code"} + more).out;
   };
-  EXPECT_EQ(rows({bundle, "--files-from", lines}), "1\t\n1\t\n\t8003\n");
+  EXPECT_EQ(rows({bundle, "--files-from", lines}), "1\t\n\t8003\n1\t\n");
   EXPECT_EQ(rows({"--files-from", nulls, "--null"}), "1\t\n2\t\n");
   EXPECT_EQ(rows({"--files-from", folder.Path("none")}), "\t8003\n");
 }
@@ -249,19 +249,20 @@ TEST(Fields, CellsAreEscapedAndFailuresHaveRows) {
       {{"2.5.4.3", Der(0x0C, "a\tb\\c\n\x1b \xE2\x80\xAE\"")}, {"2.5.4.10", Der(0x0C, "\xFF")}});
   parts.extensions = {Extension("2.5.29.15", Hex("03020106")), Extension("2.5.29.19", Hex("3000")),
                       Extension("2.5.29.17", Hex("300B 820161 8704 01020304 8600")),
-                      Extension("2.5.29.37", Hex("0500"))};
+                      Extension("2.5.29.14", Hex("0402AB01")), Extension("2.5.29.37", Hex("0500"))};
   const std::string input = Pem(MakeCertificate(parts)) + Pem(Hex("300402020001"));
-  const Result result = RunCommand(
-      {"show", "-", "--header", "--fields", "certificate,subject,keyUsage,ca,names,code,path"},
-      input);
+  const Result result =
+      RunCommand({"show", "-", "--header", "--fields",
+                  "certificate,subject,keyUsage,ca,subjectKeyIdentifier,names,code,path"},
+                 input);
   EXPECT_EQ(result.exit, 3);
   EXPECT_EQ(result.out,
-            "certificate\tsubject\tkeyUsage\tca\tnames\tcode\tpath\n"
+            "certificate\tsubject\tkeyUsage\tca\tsubjectKeyIdentifier\tnames\tcode\tpath\n"
             "1\to=\\\\xff,cn=a\\\\09b\\\\\\\\c\\\\0a\\\\1b "
-            "\\xe2\\x80\\xae\"\tkeyCertSign,cRLSign\tfalse\t"
+            "\\xe2\\x80\\xae\"\tkeyCertSign,cRLSign\tfalse\tab01\t"
             "dNSName:a,iPAddress:1.2.3.4,uniformResourceIdentifier:\t1012\t"
-            "tbsCertificate.extensions[3].extnValue\n"
-            "2\t\t\t\t\t1012\ttbsCertificate\n");
+            "tbsCertificate.extensions[4].extnValue\n"
+            "2\t\t\t\t\t\t1012\ttbsCertificate\n");
   EXPECT_EQ(RunCommand({"show", "-", "--fields", "subject,nonsense"}, input).exit, 2);
 }
 

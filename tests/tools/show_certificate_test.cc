@@ -105,7 +105,7 @@ const Value kValues[] = {
     {0x0C, "EAB9", "\\xea\\xb9", "\\xea\\xb9"},
     {0x1E, "004100000042", "A\\x00B", std::string("A\0B", 3)},
     {0x1E, "D83DDE00", "😀", "😀"},
-    {0x1C, "0001F600", "😀", "😀"},
+    {0x1C, "000000E90001F600", "é😀", "é😀"},
     {0x12, "3120", "1 ", "1 "},
     {0x16, "22", "\"", "\""},
 };
@@ -128,7 +128,7 @@ TEST(ShowName, ValuesAreEscapedInTextAndExactInJson) {
 }
 
 TEST(ShowName, LongValuesAndManyAttributesAreWhole) {
-  const std::string organization(300, 'o');
+  const std::string organization = std::string(300, 'o') + '\t';
   const std::string word(150, 'w');
   const Octets rdn = Sequence(
       {Sequence({Oid("2.5.4.46"), Der(0x13, "q,1")}), Sequence({Oid("2.5.4.3"), Der(0x0C, word)})},
@@ -137,7 +137,8 @@ TEST(ShowName, LongValuesAndManyAttributesAreWhole) {
   const Octets subject = Sequence(
       {country, Sequence({Sequence({Oid("2.5.4.10"), Der(0x0C, organization)})}, 0x31), rdn});
   const json name = ShowJson(WithSubject(subject))["subject"];
-  EXPECT_EQ(name["text"], "cn=" + word + "+dnqualifier=q\\,1,o=" + organization + ",c=KOR");
+  EXPECT_EQ(name["text"],
+            "cn=" + word + "+dnqualifier=q\\,1,o=" + std::string(300, 'o') + "\\09,c=KOR");
   EXPECT_EQ(name["rdnSequence"][1][0]["value"], organization);
   EXPECT_EQ(name["rdnSequence"][2].size(), 2u);
 }

@@ -124,8 +124,8 @@ TEST(Input, FoldersAreReadInOrderAndNeverForEver) {
   std::filesystem::create_directory_symlink(folder.Path("c/a"), folder.Path("c/twice"));
   std::filesystem::create_symlink("nowhere", folder.Path("c/broken"));
   ASSERT_EQ(mkfifo(folder.Path("c/pipe").c_str(), 0600), 0);
-  const Result result = RunCommand({"show", "--ndjson", "-r", folder.Path("c")});
-  EXPECT_EQ(Shown(result), "01 02 ! !");
+  const Result result = RunCommand({"show", "--ndjson", "-r", folder.Path("c"), folder.Path("c")});
+  EXPECT_EQ(Shown(result), "01 02 ! ! 01 02 ! !");
   EXPECT_EQ(result.exit, 3);
 
   const Result refused =
