@@ -75,6 +75,7 @@ openssl genpkey -genparam -algorithm DSA -pkeyopt dsa_paramgen_bits:1024 -out ds
 openssl genpkey -paramfile dsa.par -out dsa.key
 echo secret > secret; echo wrong > wrong
 cp ca.key open.key; chmod 644 open.key
+cp ca.key other.key; chown 1 other.key || rm other.key
 issuer() {
   openssl req -x509 -new -key ca.key -subj /CN=I -days 9 -out $1 -addext basicConstraints=$2 \
     -addext keyUsage=$3
@@ -253,8 +254,8 @@ TEST_F(Issue, RefusesRequests) {
     EXPECT_TRUE(Holds(result.err, row.message));
     EXPECT_FALSE(fs::exists(Path("wrong.der")));
   }
-  for (const std::string& subject :
-       {"cn=" + a64, "l=" + a128, "e=" + a128, "dc=" + std::string(398, 'a')}) {
+  for (const std::string& subject : {"cn=" + a64, "l=" + a128, "e=" + a128,
+                                     "dc=" + std::string(398, 'a'), std::string(R"(ou=a\\00)")}) {
     json request = UserRequest();
     request["subject"] = subject;
     Write("right.json", request);
@@ -306,6 +307,7 @@ TEST_F(Issue, RefusesIssuersAndKeys) {
       {"stranger.json", nullptr, "ca.key", 2, "is not the signing key's"},
       {"ca.json", nullptr, "none.key", 3, "No such file"},
       {"ca.json", nullptr, "open.key", 2, "can be read or written by other users"},
+      {"ca.json", nullptr, "other.key", geteuid() == 0 ? 2 : 3, "other"},
       {"ca.json", nullptr, "user.pub", 2, "6030"},
       {"ca.json", nullptr, "ec.key", 2, "6031"},
       {"ca.json", nullptr, "locked.key", 2, "6032"},

@@ -71,6 +71,7 @@ const Content kContents[] = {
     {"\n \n", "!", "is empty\n"},
     {"Hello, world\n", "!", "is text without a certificate\n"},
     {std::string("\x89PNG\0\x1", 6), "!", "certificate 1: octet 0: 1012 "},
+    {"0\x82text", "!", "certificate 1: octet 0: 1010 "},
     {StringOf(kOne).substr(0, 40), "!", "certificate 1: octet 0: 1010 "},
     {StringOf(kOne) + "x", "!", "certificate 1: octet "},
     {Pem(Hex("3000"), "RSA PRIVATE KEY"), "!", "is a private key, not a certificate\n"},
