@@ -17,6 +17,7 @@ namespace corvid {
 struct SigningCopy {
   RSA* rsa;
   SigningCopy* next;
+  bool proven;  // it made a signature that verifies
 };
 
 }  // namespace corvid

@@ -219,26 +219,39 @@ static SigningCopy* TakeCopy(CVD_PrivateKey* key) {
     RSA_free(rsa);
     return nullptr;
   }
-  *copy = {rsa, nullptr};
+  *copy = {rsa, nullptr, false};
   return copy;
+}
+
+// A key whose factors are not prime makes signatures, all of them wrong.
+static uint32_t SignOnce(SigningCopy* copy, Bytes message, uint8_t* out) {
+  const int length = RSA_size(copy->rsa);
+  const int size = static_cast<int>(message.size());
+  if (RSA_private_encrypt(size, message.data(), out, copy->rsa, RSA_PKCS1_PADDING) != length ||
+      HasToldAnError()) {
+    return CVD_CSP_ERR_MALLOC;  // all else was checked when the key was loaded
+  }
+  if (copy->proven) return 0;
+  uint8_t recovered[kMostOctets];
+  const int count = RSA_public_decrypt(length, out, recovered, copy->rsa, RSA_PKCS1_PADDING);
+  copy->proven = count == size && std::memcmp(recovered, message.data(), message.size()) == 0;
+  return copy->proven ? 0 : FailureOr(CVD_CSP_ERR_BAD_KEY);
 }
 
 // What OpenSSL keeps beside a key for blinding is changed at each signature, and made anew at every
 // 32nd. When memory runs short in between, it may say that all is well, and the signatures up to
 // the next time are wrong. So no other thread signs with the same copy, and one goes at any error.
-static bool EncryptBlinded(CVD_PrivateKey* key, Bytes message, uint8_t* out) {
+static uint32_t SignBlinded(CVD_PrivateKey* key, Bytes message, uint8_t* out) {
   SigningCopy* const copy = TakeCopy(key);
-  if (copy == nullptr) return false;
-  const int length = RSA_private_encrypt(static_cast<int>(message.size()), message.data(), out,
-                                         copy->rsa, RSA_PKCS1_PADDING);
-  if (length != RSA_size(key->rsa) || HasToldAnError()) {
+  if (copy == nullptr) return CVD_CSP_ERR_MALLOC;
+  if (const uint32_t status = SignOnce(copy, message, out); status != 0) {
     FreeCopy(copy);
-    return false;
+    return status;
   }
   const std::lock_guard lock(key->mutex);
   copy->next = key->idle;
   key->idle = copy;
-  return true;
+  return 0;
 }
 
 // OpenSSL pads, blinds, and checks what the Chinese remainder theorem gave before it hands it out.
@@ -253,8 +266,8 @@ uint32_t SignRsa(CVD_PrivateKey* key, Bytes data, int32_t hashID, BIN* signature
   uint8_t* const end = std::ranges::copy(digest.view(), std::ranges::copy(info, message).out).out;
   ScopedOctets value(static_cast<uint8_t*>(CVD_malloc(static_cast<size_t>(length))));
   if (value == nullptr) return CVD_CSP_ERR_MALLOC;
-  if (!EncryptBlinded(key, {message, end}, value.get())) {
-    return CVD_CSP_ERR_MALLOC;  // the key is sound: nothing else is left
+  if (const uint32_t status = SignBlinded(key, {message, end}, value.get()); status != 0) {
+    return status;
   }
   *signature = {length, value.release()};
   return 0;

@@ -141,7 +141,8 @@ CVD_EXPORT uint32_t CVD_CSP_GetPublicKey(CVD_PrivateKey* key, int32_t* pkeyID, B
 /* Allocates the signature value (contents of a BIT STRING) over `data` by the algorithm CVD_SIGN_*;
  * released with CVD_BIN_Reset. `reserved` is not read. CVD_CSP_ERR_UNKNOWN_SIGNID for a number that
  * is neither RSA's nor DSA's: KCDSA signatures are verified, not made. CVD_CSP_ERR_BAD_KEY for the
- * number of the other kind of key, and for an RSA modulus too short for the hash. */
+ * number of the other kind of key, for an RSA modulus too short for the hash, and for an RSA key
+ * whose factors turn out not to be prime. */
 CVD_EXPORT uint32_t CVD_CSP_ComputeMsgSignature(BIN* signature, const BIN* data,
                                                 CVD_PrivateKey* key, int32_t signID,
                                                 void* reserved);
