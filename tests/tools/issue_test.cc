@@ -185,6 +185,7 @@ TEST_F(Issue, RefusesRequests) {
   } rows[] = {
       {"{\"subject\":\n \"a\"", "line 2: column 5: "},
       {"{\"subject\": \"\xFF\"}", "ill-formed UTF-8"},
+      {R"({"serialNumber": 1e999})", "column 22: number is too large\n"},
       {"[]", "is no JSON object"},
       {std::string(100, '['), "is no JSON object"},
       {"{\"x\":" + std::string(100, '['), "nested too deeply"},

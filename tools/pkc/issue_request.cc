@@ -110,7 +110,8 @@ class Events : public nlohmann::json_sax<json> {
     problem.input = input_;
     problem.line = 1 + static_cast<uint32_t>(std::count(before.begin(), before.end(), '\n'));
     const size_t column = before.size() - (before.rfind('\n') + 1) + 1;
-    std::string reason = error.what();
+    constexpr int kNumberOverflow = 406;
+    std::string reason = error.id == kNumberOverflow ? "number is too large" : error.what();
     reason.erase(0, reason.find(" - ") == std::string::npos ? 0 : reason.find(" - ") + 3);
     const size_t last = reason.find("; last read: ");
     const size_t expected = reason.rfind("; expected ");
