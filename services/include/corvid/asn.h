@@ -48,8 +48,9 @@ CVD_EXPORT const char* CVD_ASN_GetErrorReason(uint32_t code, int32_t selector);
 CVD_EXPORT uint32_t CVD_ASN_DecodePDU(void** record, const BIN* der, int32_t type);
 /* CVD_ASN_DecodePDU for values that are read and dropped at once: the record lies in the `size`
  * octets at `memory`, aligned for any object, if it fits there, else in a new block as before.
- * A record that is not at `memory` is released by CVD_ASN_FreePDU; one that is ends with it. What
- * `memory` holds after a failure is not defined. Null memory counts as none. */
+ * A record that is not at `memory` is released by CVD_ASN_FreePDU; one that is ends with it. `der`
+ * lies outside of `memory`. What that holds after a failure is not defined. Null memory counts as
+ * none. */
 CVD_EXPORT uint32_t CVD_ASN_DecodePDUInto(void** record, const BIN* der, int32_t type, void* memory,
                                           uint32_t size);
 /* Encodes a record as the type CVD_PDU_*; the caller releases `der` with CVD_BIN_Reset. Checks the
