@@ -101,13 +101,13 @@ void WriteTime(const TimeParts& parts, char (&field)[50]) {
   }
 }
 
-// True when the C library's local time is UTC, as it is on servers, which localtime_r would take a
-// lock for that all threads share. The name alone does not tell: a zone with leap seconds has it
-// too.
+// True when the C library's local time is UTC, as it is on servers: localtime_r would take a lock
+// that all threads share. The name alone does not tell: a zone with leap seconds has it too. There
+// is none for a moment, where another thread is in localtime_r.
 bool LocalIsUtc() {
   static std::atomic<const char*> utc{nullptr};  // the name of a zone that was seen to be UTC
-  const char* name = tzname[0];
-  if (timezone != 0 || daylight != 0) return false;
+  const char* name = std::atomic_ref(tzname[0]).load(std::memory_order_relaxed);
+  if (name == nullptr || timezone != 0 || daylight != 0) return false;
   if (name == utc.load(std::memory_order_relaxed)) return true;
   const int64_t late = INT32_MAX;  // 03:14:07
   struct tm local;
@@ -117,17 +117,20 @@ bool LocalIsUtc() {
   return true;
 }
 
-// True for a day that every month has, at a time that every day has.
-bool IsPlain(const CVD_TimeFields& time) {
-  return time.year >= 0 && time.month >= 1 && time.month <= 12 && time.day >= 1 && time.day <= 28 &&
-         time.hour >= 0 && time.hour <= 23 && time.minute >= 0 && time.minute <= 59 &&
-         time.second >= 0 && time.second <= 59;
+// True for a time of 2000 to 2099 that exists, as every decoded one does.
+bool Exists(const CVD_TimeFields& time) {
+  static constexpr int8_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (time.year < 0 || time.month < 1 || time.month > 12) return false;
+  const bool leap_day = time.month == 2 && time.day == 29 && time.year % 4 == 0;
+  return time.day >= 1 && (time.day <= kDays[time.month - 1] || leap_day) && time.hour >= 0 &&
+         time.hour <= 23 && time.minute >= 0 && time.minute <= 59 && time.second >= 0 &&
+         time.second <= 59;
 }
 
 // UTCTime of 2000 to 2037 in local time; all others as the certificate stores them, in UTC.
 void TimeText(const CVD_Time& time, bool local_is_utc, char (&field)[50]) {
   const CVD_TimeFields& stored = time.fields;
-  if (time.kind == CVD_TIME_UTC && stored.year < 38 && !(local_is_utc && IsPlain(stored))) {
+  if (time.kind == CVD_TIME_UTC && stored.year < 38 && !(local_is_utc && Exists(stored))) {
     const int64_t seconds = CVD_ASN_UTC2Time(&stored);
     struct tm local;
     if (pkc_localtime(&seconds, &local) != nullptr) {

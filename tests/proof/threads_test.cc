@@ -2,6 +2,8 @@
 // finds what one thread alone finds. The thread sanitizer watches.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <thread>
 
@@ -61,6 +63,26 @@ TEST(Threads, FindTheSameWhileTheThreadEnds) {
     static_cast<void>(RunAll(rich, 0));
   }).join();
   EXPECT_TRUE(same);
+}
+
+// The C library takes the zone's name away for a moment while another thread asks it for a time.
+TEST(Threads, TellUtcWhileOthersAskForLocalTime) {
+  setenv("TZ", "UTC", 1);  // a zone of a file
+  tzset();
+  const Certificate decoded(MakeCertificate({}));
+  std::vector<std::thread> threads;
+  for (const int month : {1, 13, 1, 13}) {  // none is told without asking for the thirteenth
+    threads.emplace_back([&, month] {
+      CVD_Certificate certificate = *decoded.get();
+      certificate.tbsCertificate.notBefore.fields.month = static_cast<int16_t>(month);
+      const auto info = std::make_unique<PKCCertInfo>();
+      for (int i = 0; i < 100'000; ++i) {
+        ASSERT_EQ(CVD_ExtractCertInfoNoExt(nullptr, &certificate, info.get()), 0u);
+        ASSERT_STREQ(info->notBefore, month == 1 ? "2026-01-01 00:00:00" : "2027-01-01 00:00:00");
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace
