@@ -60,6 +60,13 @@ TEST(ObjectIdentifier, WidestSubidentifierThatHasAText) {
   EXPECT_EQ(Dotted({}), "1001");
   EXPECT_EQ(Dotted(Hex("2A 80 01")), "1017");
   EXPECT_EQ(Dotted(Hex("2A 81")), "1017");
+  for (size_t length = 3; length < 40; ++length) {
+    for (size_t at = 1; at + 1 < length; ++at) {
+      Octets padded(length, 0x01);
+      padded[at] = 0x80;
+      EXPECT_EQ(Dotted(padded), "1017") << length << ' ' << at;
+    }
+  }
 }
 
 TEST(ObjectIdentifier, RefusesWhatIsNoDottedText) {

@@ -1,10 +1,12 @@
 // `pkc issue` and `pkc show --as-request`: what is issued is what was asked for, by the judgement
 // of OpenSSL too, and asks for itself again; every refusal comes before anything is written.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -361,6 +363,14 @@ TEST_F(Issue, WritesWholeFilesAndSparesOthers) {
   unsetenv("LD_PRELOAD");
   unsetenv("ASAN_OPTIONS");
   EXPECT_EQ(spoiled.exit, 4);
+
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit small{500, limit.rlim_max};  // octets a file, as on a full device
+  setrlimit(RLIMIT_FSIZE, &small);
+  EXPECT_EQ(issue({"-o", out.Path("cut.der")}).exit, 4);
+  setrlimit(RLIMIT_FSIZE, &limit);
   EXPECT_TRUE(Holds(spoiled.err, "36050"));
   EXPECT_EQ(std::distance(fs::directory_iterator(out.Path("")), {}), 2);  // a.der and the link
 }

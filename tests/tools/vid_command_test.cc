@@ -62,9 +62,11 @@ TEST(VidCommand, VectorsHold) {
         RunCommand({"vid", "show", "--json", files.certificate}).out)["certificates"][0];
     EXPECT_EQ(shown["holderName"], row.at("real_name"));
     EXPECT_EQ(shown["vid"], vid);
-    const std::string text = RunCommand({"vid", "show", files.certificate}).out;
-    EXPECT_EQ(text.find(files.certificate + ": certificate 1\nName  "), 0u) << text;
-    EXPECT_TRUE(Holds(text, "\nVID                           " + vid + "\n"));
+    const Result text = RunCommand({"vid", "show", files.certificate});
+    EXPECT_EQ(text.exit, 0);
+    EXPECT_EQ(text.out.find(files.certificate + ": certificate 1\nName  "), 0u) << text.out;
+    EXPECT_TRUE(Holds(text.out, "\nVID                           " + vid + "\n"));
+    EXPECT_EQ(RunCommand({"vid", "show", files.certificate}, "", "/dev/full").exit, 4);
   }
 }
 
