@@ -133,7 +133,7 @@ bool SameAttribute(const Attribute& a, const Attribute& b) {
   return CVD_ASN_CmpOID(&a.type, &b.type) == 0 && SameValue(a.value, b.value);
 }
 
-constexpr size_t kAnyOrder = 64;  // attributes of an RDN that are matched in any order
+constexpr size_t kAnyOrder = 32;  // attributes of an RDN that are matched in any order
 
 // Each attribute of one RDN has its own equal in the other.
 bool SameRdn(const Attribute* a, const Attribute* b) {
@@ -146,14 +146,14 @@ bool SameRdn(const Attribute* a, const Attribute* b) {
   }
   if (left != nullptr || right != nullptr) return false;
   if (in_order || count > kAnyOrder) return in_order;
-  uint64_t matched = 0;
+  uint32_t matched = 0;
   for (left = a; left != nullptr; left = left->next) {
     size_t index = 0;
     for (right = b; right != nullptr; right = right->next, ++index) {
       if ((matched >> index & 1) == 0 && SameAttribute(*left, *right)) break;
     }
     if (right == nullptr) return false;
-    matched |= uint64_t{1} << index;
+    matched |= uint32_t{1} << index;
   }
   return true;
 }

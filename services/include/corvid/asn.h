@@ -70,7 +70,7 @@ typedef struct CVD_ASNFailure {
 CVD_EXPORT uint32_t CVD_ASN_GetDecodeFailure(CVD_ASNFailure* failure);
 
 /* 0 when two names are equal as RFC 5280 section 7.1 asks, else 1: the same RDNs in the same order,
- * each with the same attributes in any order (of the more than 64 of one RDN, in the same order);
+ * each with the same attributes in any order (of the more than 32 of one RDN, in the same order);
  * values of any string type are compared without regard to the type, to the case of ASCII letters,
  * and to white space at the ends or repeated within. A null or released name equals nothing. */
 CVD_EXPORT int32_t CVD_ASN_CmpName(const CVD_Name* a, const CVD_Name* b);
