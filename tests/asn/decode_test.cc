@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <tuple>
 
 #include "support/support.h"
@@ -250,6 +252,17 @@ TEST(CertificateShape, IsAcceptedWholeOrRefusedWhereItIsWrong) {
       EXPECT_EQ(failure.path, "tbsCertificate." + row.path) << row.name;
     }
   }
+  for (int i = 0; i < 12 * 5; ++i) {  // the 28th to 32nd of each month
+    tm date{};
+    date.tm_mon = i / 5;
+    date.tm_mday = 28 + i % 5;
+    char text[64];
+    std::snprintf(text, sizeof text, "27%02d%02d000000Z", date.tm_mon + 1, date.tm_mday);
+    date.tm_year = 127;
+    timegm(&date);
+    const Certificate certificate(MakeCertificate({.not_after = Der(0x17, text)}));
+    EXPECT_EQ(certificate.status, date.tm_mon == i / 5 ? 0u : 1019u) << text;
+  }
 }
 
 // ---- memory --------------------------------------------------------------------------------
@@ -342,6 +355,9 @@ TEST(Encoding, RefusesWhatWouldNotDecode) {
   CVD_UserNotice notice{0x40, {0, nullptr}, {CVD_DISPLAY_TEXT_UTF8, {}}};
   std::memset(notice.explicitText.text, 'a', sizeof notice.explicitText.text);
   EXPECT_EQ(Encoded(notice, CVD_PDU_USER_NOTICE), "1021") << "no terminator";
+  uint8_t two[] = {0x05, 0x00, 0x05, 0x00};
+  notice = {0x80, {2, two}, {}};
+  EXPECT_EQ(Encoded(notice, CVD_PDU_USER_NOTICE), "1012") << "no reference";
   uint8_t padded[] = {0x00, 0x01};
   CVD_AuthorityKeyIdentifier identifier{0x20, {0, nullptr}, nullptr, {2, padded}};
   EXPECT_EQ(Encoded(identifier, CVD_PDU_AUTHORITY_KEY_IDENTIFIER), "1015");
@@ -351,7 +367,6 @@ TEST(Encoding, RefusesWhatWouldNotDecode) {
   EXPECT_EQ(Encoded(CVD_ExtKeyUsageSyntax{&purpose}, CVD_PDU_EXT_KEY_USAGE), "1017");
   CVD_PolicyInformationNode policy{nullptr, 0x80, *CVD_ASN_GetOID(CVD_OID_QT_CPS), nullptr};
   EXPECT_EQ(Encoded(CVD_CertificatePolicies{&policy}, CVD_PDU_CERTIFICATE_POLICIES), "1023");
-  uint8_t two[] = {0x05, 0x00, 0x05, 0x00};
   CVD_PolicyQualifierInfoNode qualifier{nullptr, policy.policyIdentifier, {4, two}};
   policy.policyQualifiers = &qualifier;
   EXPECT_EQ(Encoded(CVD_CertificatePolicies{&policy}, CVD_PDU_CERTIFICATE_POLICIES), "1013");

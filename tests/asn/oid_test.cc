@@ -117,6 +117,9 @@ TEST(Time, FieldsAndSecondsAgree) {
   const CVD_TimeFields first{0, 1, 1, 0, 0, 0, {}};
   EXPECT_EQ(CVD_ASN_General2Time(&last), 253402300799);
   EXPECT_EQ(CVD_ASN_General2Time(&first), -62167219200);
+  EXPECT_EQ(CVD_ASN_General2Time(nullptr), 0);
+  EXPECT_EQ(CVD_ASN_UTC2Time(nullptr), 0);
+  CVD_ASN_Time2UTC(nullptr, 0);
 }
 
 }  // namespace

@@ -18,7 +18,10 @@ struct ParsedName : CVD_Name {
   }
   ParsedName(const ParsedName&) = delete;
   ParsedName& operator=(const ParsedName&) = delete;
-  ~ParsedName() { CVD_NameFree(this); }
+  ~ParsedName() {
+    CVD_NameFree(this);
+    CVD_NameFree(this);  // frees nothing twice
+  }
 
   // A certificate with this subject, or the status.
   Octets Encode() const {
