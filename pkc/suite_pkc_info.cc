@@ -36,8 +36,7 @@ constexpr corvid::Tracer kTrace{"suite_pkc"};
 // What a record holds before it is filled.
 enum class Before : uint8_t { kZeros, kAnything };
 
-// Copies what fits of a text; the rest of the field is NULs, so that nothing stays of the text
-// before.
+// Copies what fits of a text; the rest of the field is NULs.
 template <size_t kSize>
 void CopyText(char (&field)[kSize], Before before, std::string_view text) {
   const size_t length = std::min(text.size(), kSize - 1);
@@ -82,8 +81,9 @@ constexpr std::array<char[2], 100> kPairs = MakePairs();
 
 // Two digits and what stands behind them; false for other numbers.
 bool PutTwoDigits(int number, char behind, char* out) {
-  if (static_cast<size_t>(number) >= kPairs.size()) return false;
-  std::memcpy(out, kPairs[static_cast<size_t>(number)], 2);
+  const auto index = static_cast<unsigned>(number);
+  if (index > 99) return false;
+  std::memcpy(out, kPairs[index], 2);
   out[2] = behind;
   return true;
 }
@@ -105,7 +105,9 @@ void WriteTime(const TimeParts& parts, char (&field)[50]) {
 // that all threads share. The name alone does not tell: a zone with leap seconds has it too. There
 // is none for a moment, where another thread is in localtime_r.
 bool LocalIsUtc() {
-  static std::atomic<const char*> utc{nullptr};  // the name of a zone that was seen to be UTC
+  // The name of a zone that was seen to be UTC. A process that goes from there to the zone with
+  // leap seconds is not noticed.
+  static std::atomic<const char*> utc{nullptr};
   const char* name = std::atomic_ref(tzname[0]).load(std::memory_order_relaxed);
   if (name == nullptr || timezone != 0 || daylight != 0) return false;
   if (name == utc.load(std::memory_order_relaxed)) return true;
@@ -194,7 +196,7 @@ uint32_t BasicFields(const CVD_Certificate& certificate, Before before, PKCCertI
   } else {
     Dotted(tbs.signature.algorithm, before, "unknown", info->signAlgorithm);
   }
-  if (NameText(tbs.issuer, before, info->issuerDN) != 0) info->issuerDN[0] = '\0';
+  if (NameText(tbs.issuer, before, info->issuerDN) != 0) CopyText(info->issuerDN, before, {});
   const bool local_is_utc = LocalIsUtc();
   TimeText(tbs.notBefore, local_is_utc, info->notBefore);
   TimeText(tbs.notAfter, local_is_utc, info->notAfter);

@@ -204,6 +204,17 @@ void FreeCopy(SigningCopy* copy) {
   CVD_free(copy);
 }
 
+// RSAPrivateKey_dup without what it leaves in memory. Null when memory is short.
+static RSA* Duplicate(const RSA* key) {
+  uint8_t* der = nullptr;
+  const int length = i2d_RSAPrivateKey(key, &der);
+  if (length <= 0) return nullptr;
+  const uint8_t* at = der;
+  RSA* const copy = d2i_RSAPrivateKey(nullptr, &at, length);
+  OPENSSL_clear_free(der, static_cast<size_t>(length));
+  return copy;
+}
+
 static SigningCopy* TakeCopy(CVD_PrivateKey* key) {
   {
     const std::lock_guard lock(key->mutex);
@@ -212,7 +223,7 @@ static SigningCopy* TakeCopy(CVD_PrivateKey* key) {
       return copy;
     }
   }
-  RSA* const rsa = RSAPrivateKey_dup(key->rsa);
+  RSA* const rsa = Duplicate(key->rsa);
   auto* const copy =
       static_cast<SigningCopy*>(rsa == nullptr ? nullptr : CVD_malloc(sizeof(SigningCopy)));
   if (copy == nullptr) {
@@ -223,7 +234,7 @@ static SigningCopy* TakeCopy(CVD_PrivateKey* key) {
   return copy;
 }
 
-// A key whose factors are not prime makes signatures, all of them wrong.
+// A key whose factors are not prime makes signatures, nearly all of them wrong.
 static uint32_t SignOnce(SigningCopy* copy, Bytes message, uint8_t* out) {
   const int length = RSA_size(copy->rsa);
   const int size = static_cast<int>(message.size());

@@ -87,8 +87,8 @@ TEST(BasicInfo, OnlyUtcTimesOf2000To2037AreLocal) {
   SetZone("UTC0");
 }
 
-// UTC by its usual names is told without asking the C library, which has to be asked for UTC by any
-// other: both write the same, also of dates and times that a caller made up.
+// UTC by its usual names is asked for once, UTC by any other for each time: both write the same,
+// also of dates and times that a caller made up.
 TEST(BasicInfo, UtcIsTheSameByAnyName) {
   const Certificate decoded(MakeCertificate({}));
   CVD_Certificate certificate = *decoded.get();

@@ -158,15 +158,18 @@ TEST(FailingMemory, MakesNoWrongSignature) {
     CVD_BIN_Reset(&signature);
     return status;
   };
-  for (int failing = 0, failed = 1; failed > 0; ++failing) {
-    SCOPED_TRACE(failing);
-    ASSERT_EQ(CVD_CSP_LoadPrivateKey(&signer, &sample.private_key, nullptr), 0u);
-    for (int i = 0; i < 32; ++i) EXPECT_EQ(sign(), 0u);
-    g_allocator.Begin(failing, false);
-    sign();
-    failed = g_allocator.failed;
-    EXPECT_EQ(sign(), 0u);
-    CVD_CSP_FreePrivateKey(signer);
+  for (const int before : {0, 32}) {
+    for (int failing = 0, failed = 1; failed > 0; ++failing) {
+      SCOPED_TRACE(failing);
+      ASSERT_EQ(CVD_CSP_LoadPrivateKey(&signer, &sample.private_key, nullptr), 0u);
+      for (int i = 0; i < before; ++i) EXPECT_EQ(sign(), 0u);
+      g_allocator.Begin(failing, false);
+      const uint32_t status = sign();
+      EXPECT_TRUE(status == 0 || status == CVD_CSP_ERR_MALLOC) << status;
+      failed = g_allocator.failed;
+      EXPECT_EQ(sign(), 0u);
+      CVD_CSP_FreePrivateKey(signer);
+    }
   }
   CVD_BIN_Reset(&key);
 }

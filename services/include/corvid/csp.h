@@ -111,7 +111,8 @@ CVD_EXPORT uint32_t CVD_CSP_VerifyMsgSignature(const BIN* signature, const BIN* 
                                                const BIN* publicKey, int32_t signID,
                                                const CVD_AlgorithmParameters* parameters);
 
-/* A private key, ready to sign in any number of threads at once. */
+/* A private key, ready to sign in any number of threads at once. An RSA key keeps, until it is
+ * released, as many copies of itself as ever signed at the same time. */
 typedef struct CVD_PrivateKey CVD_PrivateKey;
 
 /* Loads an RSA or DSA private key, which CVD_CSP_FreePrivateKey releases: PKCS #8, plain or
@@ -142,7 +143,7 @@ CVD_EXPORT uint32_t CVD_CSP_GetPublicKey(CVD_PrivateKey* key, int32_t* pkeyID, B
  * released with CVD_BIN_Reset. `reserved` is not read. CVD_CSP_ERR_UNKNOWN_SIGNID for a number that
  * is neither RSA's nor DSA's: KCDSA signatures are verified, not made. CVD_CSP_ERR_BAD_KEY for the
  * number of the other kind of key, for an RSA modulus too short for the hash, and for an RSA key
- * whose factors turn out not to be prime. */
+ * whose factors turn out, at the first signature, not to be prime. */
 CVD_EXPORT uint32_t CVD_CSP_ComputeMsgSignature(BIN* signature, const BIN* data,
                                                 CVD_PrivateKey* key, int32_t signID,
                                                 void* reserved);
