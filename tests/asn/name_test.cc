@@ -65,6 +65,15 @@ TEST(NameComparison, OfRdnsAndTheirAttributes) {
   EXPECT_FALSE(Same(Sequence({rdn({a})}), Sequence({rdn({a}), rdn({})})));
   EXPECT_TRUE(Same(Sequence({}), Sequence({})));
   EXPECT_FALSE(Same(Sequence({rdn({a})}), Sequence({rdn({attribute("2.5.4.11", "a")})})));
+  for (const size_t count : {size_t{32}, size_t{33}}) {  // in any order, and too many for that
+    Octets forwards;
+    Octets backwards;
+    for (size_t i = 0; i < count; ++i) {
+      forwards = Join({forwards, attribute("2.5.4.3", std::to_string(i).c_str())});
+      backwards = Join({attribute("2.5.4.3", std::to_string(i).c_str()), backwards});
+    }
+    EXPECT_EQ(Same(Der(0x30, Der(0x31, forwards)), Der(0x30, Der(0x31, backwards))), count == 32);
+  }
   const CVD_Name released{0, 0, nullptr};
   EXPECT_NE(CVD_ASN_CmpName(&released, &released), 0);
   CVD_AttributeTypeAndValueNode node{nullptr, *CVD_ASN_GetOID(CVD_OID_VID), {3, nullptr}};

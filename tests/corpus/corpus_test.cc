@@ -1,6 +1,9 @@
 // Real certificates: what decodes encodes back to the same octets, the record is made of all but
 // known exceptions, and nothing malformed does harm.
 #include <gtest/gtest.h>
+#include <openssl/x509v3.h>
+
+#include <ctime>
 
 #include "support/signing.h"
 
@@ -41,12 +44,35 @@ constexpr Refusal kRefusedRecords[] = {
     {"zlint/subjectUID.der", PKC_ERR_BAD_RDN, "country in a TeletexString"},
 };
 
+// A key that is no DER, one of a negative modulus, and an extension that occurs twice.
+constexpr const char* kReadOtherwise[] = {"ct-go/xf-der-pubkey-rsa-nonminimal-int.der",
+                                          "ct-go/xf-pubkey-rsa-modulus-negative.der",
+                                          "zlint/multDupeExts.der"};
+
+bool IsFile(const std::filesystem::path& file, const char* name) {
+  return file.parent_path().filename() / file.filename() == name;
+}
+
 // What a whole record of the certificate must return.
 uint32_t ExpectedStatus(const std::filesystem::path& file, const CVD_Certificate& certificate) {
   for (const Refusal& refusal : kRefusedRecords) {
-    if (file.parent_path().filename() / file.filename() == refusal.name) return refusal.code;
+    if (IsFile(file, refusal.name)) return refusal.code;
   }
   return certificate.tbsCertificate.subject.rdnSequence == nullptr ? PKC_ERR_INVALID_INPUT : 0;
+}
+
+std::string HexOf(const ASN1_STRING* string) {
+  const uint8_t* data = ASN1_STRING_get0_data(string);
+  return ToHex({data, data + ASN1_STRING_length(string)});
+}
+
+// As the record writes a time under TZ=UTC0.
+std::string TimeOf(const ASN1_TIME* time) {
+  tm fields{};
+  EXPECT_EQ(ASN1_TIME_to_tm(time, &fields), 1);
+  char text[80];
+  const size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields);
+  return std::string(19 - length, '0') + text;  // the year in four digits
 }
 
 void CheckFile(const std::filesystem::path& file) {
@@ -63,14 +89,27 @@ void CheckFile(const std::filesystem::path& file) {
   if (status != 0) return;
   const auto theirs = ReadByOpenssl(der);
   ASSERT_NE(theirs, nullptr);
-  const ASN1_INTEGER* number = X509_get0_serialNumber(theirs.get());
-  const uint8_t* serial = ASN1_STRING_get0_data(number);
-  if (ASN1_STRING_type(number) == V_ASN1_INTEGER) {  // OpenSSL has negative ones by magnitude
-    EXPECT_EQ(info.serialHex, ToHex({serial, serial + ASN1_STRING_length(number)}).substr(0, 40));
+  const ASN1_INTEGER* serial = X509_get0_serialNumber(theirs.get());
+  if (ASN1_STRING_type(serial) == V_ASN1_INTEGER) {  // OpenSSL has negative ones by magnitude
+    EXPECT_EQ(info.serialHex, HexOf(serial).substr(0, 40));
   }
+  EXPECT_EQ(info.notBefore, TimeOf(X509_get0_notBefore(theirs.get())));
+  EXPECT_EQ(info.notAfter, TimeOf(X509_get0_notAfter(theirs.get())));
   Octets digest(20);
   EXPECT_EQ(X509_digest(theirs.get(), EVP_sha1(), digest.data(), nullptr), 1);
   EXPECT_EQ(info.thumbprint, ToHex(digest));
+  for (const char* name : kReadOtherwise) {
+    if (IsFile(file, name)) return;
+  }
+  if (const ASN1_STRING* id = X509_get0_subject_key_id(theirs.get())) {
+    EXPECT_EQ(info.subjectKeyId, HexOf(id).substr(0, 78));
+  }
+  if (const ASN1_STRING* id = X509_get0_authority_key_id(theirs.get())) {
+    EXPECT_EQ(info.authorityKeyId, HexOf(id).substr(0, 78));
+  }
+  if (const EVP_PKEY* key = X509_get0_pubkey(theirs.get()); key && EVP_PKEY_is_a(key, "RSA")) {
+    EXPECT_EQ(info.keyLength, static_cast<uint32_t>(EVP_PKEY_get_bits(key)));
+  }
 }
 
 void CheckFiles(const std::vector<std::filesystem::path>& files, size_t least) {

@@ -49,7 +49,8 @@ TEST(VerifyTime, EndsAreIncludedAndNothingWraps) {
 TEST(VerifySignature, OfRealRoots) {
   size_t verified = 0;
   for (const std::filesystem::path& file : DebianRoots()) {
-    const Certificate root(ReadCertificate(file));
+    const Octets der = ReadCertificate(file);
+    const Certificate root(der);
     const uint32_t status = CVD_PKC_VerifySignature(root.get(), root.get());
     if (CVD_PKC_ObjID_To_SignID(&root->signatureAlgorithm.algorithm) == -1) {
       EXPECT_EQ(status, uint32_t{PKC_ERR_UNKNOWN_SIGNID}) << file;
@@ -57,6 +58,12 @@ TEST(VerifySignature, OfRealRoots) {
     }
     EXPECT_EQ(status, 0u) << file;
     ++verified;
+    for (const size_t at : {size_t{15}, der.size() - 1}) {  // serial number, signature
+      Octets changed = der;
+      changed[at] ^= 1;
+      const Certificate other(changed);
+      EXPECT_NE(CVD_PKC_VerifySignature(other.get(), root.get()), 0u) << file;
+    }
   }
   EXPECT_GT(verified, 90u);
   CVD_Trace_Clear();

@@ -229,8 +229,10 @@ TEST(Differential, EveryDisagreementWithOpensslIsKnown) {
 }
 
 TEST(Differential, CertificatesOfTheCorpusSayTheSame) {
+  const std::vector<std::filesystem::path> files = CorpusFiles("certs");
+  if (files.empty()) GTEST_SKIP() << "without the corpus";
   std::map<std::string, int> classes;
-  for (const auto& file : CorpusFiles("certs")) {
+  for (const auto& file : files) {
     SCOPED_TRACE(file);
     Compare(ReadCertificate(file), &classes);
   }

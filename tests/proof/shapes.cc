@@ -56,7 +56,7 @@ Inputs OfExtensions(size_t count, const Octets& extension) {
   return WithCertificate({.extensions = {Repeat(extension, count)}});
 }
 
-constexpr size_t kAnyOrder = 64;
+constexpr size_t kAnyOrder = 32;
 
 // Sets of as many attributes as are compared in any order, in the two orders farthest apart.
 Inputs Sets(size_t count) {

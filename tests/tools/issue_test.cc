@@ -290,6 +290,7 @@ TEST_F(Issue, RefusesIssuersAndKeys) {
   json stranger = CaRequest();
   stranger["publicKey"] = {{"file", "user.pub"}};
   Write("stranger.json", stranger);
+  const bool other = fs::exists(Path("other.key"));  // root alone can give a file away
   Write("broken", "-----BEGIN PUBLIC KEY-----\n!\n-----END PUBLIC KEY-----\n");
   Write("short", StringOf(Hex("3003020100")));
   const struct {
@@ -310,7 +311,8 @@ TEST_F(Issue, RefusesIssuersAndKeys) {
       {"stranger.json", nullptr, "ca.key", 2, "is not the signing key's"},
       {"ca.json", nullptr, "none.key", 3, "No such file"},
       {"ca.json", nullptr, "open.key", 2, "can be read or written by other users"},
-      {"ca.json", nullptr, "other.key", geteuid() == 0 ? 2 : 3, "other"},
+      {"ca.json", nullptr, "other.key", other ? 2 : 3,
+       other ? "belongs to another user" : "No such file"},
       {"ca.json", nullptr, "user.pub", 2, "6030"},
       {"ca.json", nullptr, "ec.key", 2, "6031"},
       {"ca.json", nullptr, "locked.key", 2, "6032"},
@@ -363,15 +365,20 @@ TEST_F(Issue, WritesWholeFilesAndSparesOthers) {
   unsetenv("LD_PRELOAD");
   unsetenv("ASAN_OPTIONS");
   EXPECT_EQ(spoiled.exit, 4);
+  EXPECT_TRUE(Holds(spoiled.err, "36050"));
 
   std::signal(SIGXFSZ, SIG_IGN);
+  setenv("LLVM_PROFILE_FILE", "/dev/null", 1);  // a coverage build writes files too
   rlimit limit{};
   getrlimit(RLIMIT_FSIZE, &limit);
   const rlimit small{500, limit.rlim_max};  // octets a file, as on a full device
   setrlimit(RLIMIT_FSIZE, &small);
-  EXPECT_EQ(issue({"-o", out.Path("cut.der")}).exit, 4);
+  const Result cut = issue({"-o", out.Path("cut.der")});
   setrlimit(RLIMIT_FSIZE, &limit);
-  EXPECT_TRUE(Holds(spoiled.err, "36050"));
+  unsetenv("LLVM_PROFILE_FILE");
+  std::signal(SIGXFSZ, SIG_DFL);
+  EXPECT_EQ(cut.exit, 4);
+  EXPECT_TRUE(Holds(cut.err, "File too large"));
   EXPECT_EQ(std::distance(fs::directory_iterator(out.Path("")), {}), 2);  // a.der and the link
 }
 
@@ -432,6 +439,7 @@ constexpr const char* kOfOtherPeople[] = {"selfSigned: leaves no place for --iss
 // What comes of other people's certificates is a request, and refused for these reasons alone.
 TEST_F(Issue, TakesRequestsOfRealCertificates) {
   const std::vector<fs::path> paths = CorpusFiles("certs");
+  if (paths.empty()) GTEST_SKIP() << "without the corpus";
   for (size_t i = 0; i < paths.size(); i += 48) {
     const Result request = RunCommand({"show", "--as-request", paths[i]});
     ASSERT_EQ(request.exit, 0) << paths[i] << ' ' << request.err;
