@@ -39,6 +39,7 @@ std::string Parsed(const char* text) {
 TEST(ObjectIdentifier, TextAndOctetsAgree) {
   const std::pair<const char*, const char*> rows[] = {
       {"0.0", "00"},
+      {"1.0", "28"},
       {"1.39", "4f"},
       {"2.0", "50"},
       {"2.48", "8100"},

@@ -3,8 +3,10 @@
 #include "corvid/io.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -101,6 +103,12 @@ TEST_F(WholeFile, MustBeRegularReadableAndWithinTheLimit) {
   ExpectRead(Path(""), CVD_IO_ERR_NOT_REGULAR, "");
   ExpectRead(Path("pipe"), CVD_IO_ERR_NOT_REGULAR, "");
   ExpectRead("/dev/null", CVD_IO_ERR_NOT_REGULAR, "");
+  sockaddr_un address{AF_UNIX, {}};
+  const int socket_file = socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_LT(Path("s").copy(address.sun_path, sizeof address.sun_path), sizeof address.sun_path);
+  ASSERT_EQ(bind(socket_file, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ExpectRead(Path("s"), CVD_IO_ERR_NOT_REGULAR, "");
+  close(socket_file);
   ExpectRead(Path("large"), CVD_IO_ERR_TOO_LARGE, "");
   if (geteuid() == 0) return;  // who may read everything
   Write("x");

@@ -261,6 +261,8 @@ TEST_F(Issue, RefusesRequests) {
                                      "dc=" + std::string(398, 'a'), std::string(R"(ou=a\\00)")}) {
     json request = UserRequest();
     request["subject"] = subject;
+    request["validity"] = {{"notBefore", "2026-01-01T00:00:00Z"},
+                           {"notAfter", "2049-12-31T23:59:59Z"}};  // with the issuer
     Write("right.json", request);
     EXPECT_EQ(RunUser("right.json", "right." + subject.substr(0, 2)).err, "");
   }
@@ -414,22 +416,24 @@ TEST_F(Issue, RequestsTellWhatTheyLeaveOut) {
   Write("odd.json", result.out);
   EXPECT_EQ(RunUser("odd.json", "odd.out").exit, 0);
 
-  // One member that is refused takes no other with it.
-  const Octets vid =
-      Sequence({Oid("1.2.410.200004.10.1.1.1"),
-                Sequence({Der(0x30, Oid("1.3.14.3.2.26")), Der(0xA0, Der(0x04, Octets(20, 1)))})});
-  const Octets identity = Sequence({Der(0x0C, "A"), Der(0x30, vid)});
-  parts.subject = Hex("3000");
-  parts.extensions = {
-      Extension("2.5.29.17",
-                Der(0x30, Sequence({Oid("1.2.410.200004.10.1.1"), Der(0xA0, identity)}, 0xA0))),
-      Extension("2.5.29.31", Hex("3009 3007 A005 A003 8601 20"))};
-  folder_->Write("odd.der", StringOf(MakeCertificate(parts)));
-  const Result refused = RunCommand({"show", "--as-request", path});
-  EXPECT_TRUE(Holds(refused.err, "subject: is empty"));
-  EXPECT_TRUE(Holds(refused.err, "crl: is left out"));
-  EXPECT_EQ(json::parse(refused.out)["holderName"], "A");
-  EXPECT_EQ(json::parse(refused.out)["vid"], Repeat(20, "01"));
+  // One member that is refused takes no other with it, but for a holder's name without its VID.
+  for (const size_t size : {size_t{20}, size_t{2}}) {
+    const Octets vid = Sequence(
+        {Oid("1.2.410.200004.10.1.1.1"),
+         Sequence({Der(0x30, Oid("1.3.14.3.2.26")), Der(0xA0, Der(0x04, Octets(size, 1)))})});
+    const Octets identity = Sequence({Der(0x0C, "A"), Der(0x30, vid)});
+    parts.subject = Hex("3000");
+    parts.extensions = {
+        Extension("2.5.29.17",
+                  Der(0x30, Sequence({Oid("1.2.410.200004.10.1.1"), Der(0xA0, identity)}, 0xA0))),
+        Extension("2.5.29.31", Hex("3009 3007 A005 A003 8601 20"))};
+    folder_->Write("odd.der", StringOf(MakeCertificate(parts)));
+    const Result refused = RunCommand({"show", "--as-request", path});
+    EXPECT_TRUE(Holds(refused.err, "subject: is empty"));
+    EXPECT_TRUE(Holds(refused.err, "crl: is left out"));
+    EXPECT_EQ(json::parse(refused.out).value("holderName", ""), size == 20 ? "A" : "");
+    EXPECT_EQ(json::parse(refused.out).value("vid", ""), size == 20 ? Repeat(20, "01") : "");
+  }
 }
 
 constexpr const char* kOfOtherPeople[] = {"selfSigned: leaves no place for --issuer",

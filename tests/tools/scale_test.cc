@@ -251,18 +251,19 @@ TEST(Fields, CellsAreEscapedAndFailuresHaveRows) {
                       Extension("2.5.29.17", Hex("300B 820161 8704 01020304 8600")),
                       Extension("2.5.29.14", Hex("0402AB01")), Extension("2.5.29.37", Hex("0500"))};
   const std::string input = Pem(MakeCertificate(parts)) + Pem(Hex("300402020001"));
-  const Result result =
-      RunCommand({"show", "-", "--header", "--fields",
-                  "certificate,subject,keyUsage,ca,subjectKeyIdentifier,names,code,path"},
-                 input);
+  const Result result = RunCommand(
+      {"show", "-", "--header", "--fields",
+       "certificate,subject,keyAlgorithm,keyUsage,ca,subjectKeyIdentifier,names,code,path"},
+      input);
   EXPECT_EQ(result.exit, 3);
-  EXPECT_EQ(result.out,
-            "certificate\tsubject\tkeyUsage\tca\tsubjectKeyIdentifier\tnames\tcode\tpath\n"
-            "1\to=\\\\xff,cn=a\\\\09b\\\\\\\\c\\\\0a\\\\1b "
-            "\\xe2\\x80\\xae\"\tkeyCertSign,cRLSign\tfalse\tab01\t"
-            "dNSName:a,iPAddress:1.2.3.4,uniformResourceIdentifier:\t1012\t"
-            "tbsCertificate.extensions[4].extnValue\n"
-            "2\t\t\t\t\t\t1012\ttbsCertificate\n");
+  EXPECT_EQ(
+      result.out,
+      "certificate\tsubject\tkeyAlgorithm\tkeyUsage\tca\tsubjectKeyIdentifier\tnames\tcode\tpath\n"
+      "1\to=\\\\xff,cn=a\\\\09b\\\\\\\\c\\\\0a\\\\1b "
+      "\\xe2\\x80\\xae\"\trsaEncryption\tkeyCertSign,cRLSign\tfalse\tab01\t"
+      "dNSName:a,iPAddress:1.2.3.4,uniformResourceIdentifier:\t1012\t"
+      "tbsCertificate.extensions[4].extnValue\n"
+      "2\t\t\t\t\t\t\t1012\ttbsCertificate\n");
   EXPECT_EQ(RunCommand({"show", "-", "--fields", "subject,nonsense"}, input).exit, 2);
 }
 

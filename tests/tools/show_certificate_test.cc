@@ -239,6 +239,9 @@ TEST(ShowExtension, ValuesAreShownWithAllTheirParts) {
     const Result result = ShowDer(WithExtension(Extension(row.oid, row.value)));
     EXPECT_EQ(result.exit, 0) << result.err;
     EXPECT_EQ(Between(result.out, row.oid, "Signature"), row.lines);
+    if (!Holds(row.lines, "Identity data\n")) continue;
+    const json names = ShowJson(WithExtension(Extension(row.oid, row.value)))["extensions"][0];
+    EXPECT_EQ(names["names"][0]["identityData"]["realName"], "홍길동") << names;
   }
 }
 
